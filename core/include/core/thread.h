@@ -1,0 +1,75 @@
+// Thread: the calling thread's settings.
+//
+// Conversions of values to text, rounding, week computations and message
+// lookup read settings that belong to the calling thread: the locale of
+// formats and messages, the language of names of types, properties, methods
+// and enumeration values (0 English, 1 Russian), the rounding mode and the
+// first day of the week. The static members read and change the settings of
+// the thread that calls them.
+//
+//   core::Thread::setLocale(core::Locale(u"ru_RU"));
+//   core::Thread::setLanguage(1);
+//   core::Thread::firstDayOfWeek();   // WeekDay::Monday, from the locale
+//
+// A thread starts with the process default locale (Locale::processDefault()),
+// the language of that locale (1 when it is Russian, else 0), rounding of
+// exact halves away from zero, and the first day of the week of its locale.
+// The locale and the language are independent: changing one leaves the
+// other. The first day of the week follows the locale until it is set.
+//
+// Thread safety: each thread has its own settings; no call affects another
+// thread.
+#ifndef CORE_THREAD_H_
+#define CORE_THREAD_H_
+
+#include <optional>
+
+#include "core/export.h"
+#include "core/locale.h"
+#include "core/numeric_round_mode.h"
+#include "core/refcountable.h"
+#include "core/week_day.h"
+
+namespace core {
+
+class CORE_EXPORT Thread : public Refcountable<Thread> {
+ public:
+  static constexpr int kEnglish = 0;
+  static constexpr int kRussian = 1;
+
+  // Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") for a
+  // language other than kEnglish and kRussian.
+  static void setLanguage(int language);
+  static int language();
+
+  static void setLocale(const Locale& locale);
+  static Locale locale();
+
+  static void setRoundMode(NumericRoundMode mode);
+  static NumericRoundMode roundMode();
+
+  static void setFirstDayOfWeek(WeekDay day);
+  static WeekDay firstDayOfWeek();
+
+  // The calling thread's settings object, created on first use and released
+  // when the thread ends.
+  static Thread& current();
+
+  Thread(const Thread&) = delete;
+  Thread& operator=(const Thread&) = delete;
+
+ private:
+  friend class Refcountable<Thread>;
+
+  Thread();
+  ~Thread();
+
+  Locale locale_;
+  int language_;
+  NumericRoundMode round_mode_ = NumericRoundMode::HalfAwayFromZero;
+  std::optional<WeekDay> first_day_of_week_;
+};
+
+}  // namespace core
+
+#endif  // CORE_THREAD_H_

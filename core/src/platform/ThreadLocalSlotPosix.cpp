@@ -1,0 +1,31 @@
+#include <pthread.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "platform/thread_local_slot.h"
+
+namespace core::platform {
+
+static_assert(sizeof(pthread_key_t) <= sizeof(unsigned), "pthread_key_t must fit the slot key");
+
+ThreadLocalSlot::ThreadLocalSlot(Cleanup cleanup) {
+  pthread_key_t key;
+  if (pthread_key_create(&key, cleanup) != 0) {
+    std::fputs("core: no thread-local storage slot is left\n", stderr);
+    std::abort();
+  }
+  key_ = static_cast<unsigned>(key);
+}
+
+ThreadLocalSlot::~ThreadLocalSlot() { pthread_key_delete(static_cast<pthread_key_t>(key_)); }
+
+void* ThreadLocalSlot::get() const noexcept {
+  return pthread_getspecific(static_cast<pthread_key_t>(key_));
+}
+
+void ThreadLocalSlot::set(void* value) noexcept {
+  pthread_setspecific(static_cast<pthread_key_t>(key_), value);
+}
+
+}  // namespace core::platform

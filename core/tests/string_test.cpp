@@ -1,0 +1,268 @@
+#include "core/string.h"
+
+#include <gtest/gtest.h>
+#include <unicode/ustring.h>
+
+#include <random>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+namespace core {
+namespace {
+
+static_assert(sizeof(String) <= 32);
+
+std::u16string make_text(std::size_t length) {
+  std::u16string text;
+  for (std::size_t i = 0; i < length; ++i) text.push_back(static_cast<char16_t>(u'a' + i % 26));
+  return text;
+}
+
+TEST(String, StoresTextOnBothSidesOfInlineThreshold) {
+  for (std::size_t length : {0u, 1u, 12u, 13u, 14u, 15u, 200u}) {
+    SCOPED_TRACE(length);
+    const std::u16string expected = make_text(length);
+    const String text(expected);
+    EXPECT_EQ(std::u16string_view(text), expected);
+    EXPECT_EQ(text.c_str()[length], 0);
+    EXPECT_EQ(String(expected.c_str()), text);
+    EXPECT_EQ(String(expected.data(), length), text);
+
+    const String copy = text;  // NOLINT(performance-unnecessary-copy-initialization)
+    EXPECT_EQ(copy, text);
+    // Long texts are shared by copies; short ones live in each object.
+    EXPECT_EQ(copy.data() == text.data(), length > String::kInlineCapacity);
+  }
+}
+
+TEST(String, NullPointerGivesEmpty) {
+  const char16_t* none = nullptr;
+  EXPECT_TRUE(String(none).empty());
+  EXPECT_TRUE(String(none, 0).empty());
+  EXPECT_EQ(String(), none);
+  EXPECT_EQ(String(u"x") + none, u"x");
+}
+
+TEST(String, MutatingSharedCopyLeavesOriginal) {
+  const String original(make_text(40));
+  String appended = original;
+  appended += u'!';
+  EXPECT_NE(appended.data(), original.data());
+  EXPECT_EQ(std::u16string_view(original), make_text(40));
+  EXPECT_EQ(std::u16string_view(appended), make_text(40) + u"!");
+
+  String cleared = original;
+  cleared.clear();
+  EXPECT_TRUE(cleared.empty());
+  EXPECT_EQ(cleared.c_str()[0], 0);
+  EXPECT_EQ(original.size(), 40u);
+
+  String reserved = original;
+  reserved.reserve(100);
+  EXPECT_NE(reserved.data(), original.data());
+  EXPECT_EQ(reserved, original);
+}
+
+TEST(String, SoleOwnerMutatesInPlace) {
+  String text(make_text(20));
+  text.reserve(100);
+  const char16_t* buffer = text.data();
+  while (text.size() < 100) text += u'x';
+  EXPECT_EQ(text.data(), buffer);
+  text.clear();
+  text += u"again";
+  EXPECT_EQ(text.data(), buffer);
+  EXPECT_EQ(text, u"again");
+}
+
+TEST(String, MoveLeavesSourceEmpty) {
+  for (std::size_t length : {5u, 50u}) {
+    String source(make_text(length));
+    const char16_t* buffer = source.data();
+    String moved(std::move(source));
+    EXPECT_TRUE(source.empty());  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(source.c_str()[0], 0);
+    EXPECT_EQ(std::u16string_view(moved), make_text(length));
+    if (length > String::kInlineCapacity) {
+      EXPECT_EQ(moved.data(), buffer);
+    }
+
+    String target(make_text(30));
+    target = std::move(moved);
+    EXPECT_TRUE(moved.empty());  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(std::u16string_view(target), make_text(length));
+  }
+}
+
+TEST(String, AssignmentReleasesAndShares) {
+  String a(make_text(30));
+  String b(make_text(31));
+  a = b;
+  EXPECT_EQ(a.data(), b.data());
+  a = a;  // NOLINT(clang-diagnostic-self-assign-overloaded)
+  EXPECT_EQ(std::u16string_view(a), make_text(31));
+  b = String(u"short");
+  EXPECT_EQ(std::u16string_view(a), make_text(31));
+  EXPECT_EQ(b, u"short");
+}
+
+TEST(String, AppendMatchesStdStringAcrossGrowth) {
+  String text;
+  std::u16string expected;
+  for (int i = 0; i < 300; ++i) {
+    const auto unit = static_cast<char16_t>(0x400 + i);
+    if (i % 3 == 0) {
+      text.append(unit);
+      expected.push_back(unit);
+    } else {
+      const char16_t pair[] = {unit, u'.'};
+      text.append(std::u16string_view(pair, 2));
+      expected.append(pair, 2);
+    }
+    ASSERT_EQ(std::u16string_view(text), expected);
+    ASSERT_EQ(text.c_str()[text.size()], 0);
+  }
+}
+
+TEST(String, AppendsItself) {
+  for (std::size_t length : {3u, 6u, 13u, 40u}) {
+    SCOPED_TRACE(length);
+    String text(make_text(length));
+    text.append(text);
+    EXPECT_EQ(std::u16string_view(text), make_text(length) + make_text(length));
+
+    String tail(make_text(length));
+    tail += std::u16string_view(tail).substr(1);
+    EXPECT_EQ(std::u16string_view(tail), make_text(length) + make_text(length).substr(1));
+  }
+}
+
+TEST(String, ConcatenationForms) {
+  const String hello(u"hello");
+  EXPECT_EQ(hello + u", world", u"hello, world");
+  EXPECT_EQ(u"say " + hello, u"say hello");
+  EXPECT_EQ(hello + hello, u"hellohello");
+  EXPECT_EQ(std::u16string_view(u"<") + hello + u'>', u"<hello>");
+  EXPECT_EQ(hello, u"hello");
+}
+
+TEST(String, SubstrClampsPosition) {
+  const String text(u"abcdefghijklmnopqrstuvwxyz");
+  EXPECT_EQ(text.substr(2, 3), u"cde");
+  EXPECT_EQ(text.substr(20), u"uvwxyz");
+  EXPECT_EQ(text.substr(24, 100), u"yz");
+  EXPECT_TRUE(text.substr(26).empty());
+  EXPECT_TRUE(text.substr(1000, 5).empty());
+  EXPECT_EQ(text.substr(0).data(), text.data());
+  EXPECT_EQ(text.substr(0, String::npos), text);
+}
+
+TEST(String, FindReturnsNposWhenAbsent) {
+  const String text(u"one two one two");
+  EXPECT_EQ(text.find(u'o'), 0u);
+  EXPECT_EQ(text.find(u'o', 1), 6u);
+  EXPECT_EQ(text.find(u'z'), String::npos);
+  EXPECT_EQ(text.find(u"two"), 4u);
+  EXPECT_EQ(text.find(u"two", 5), 12u);
+  EXPECT_EQ(text.find(u"twos"), String::npos);
+  EXPECT_EQ(text.find(u"", 3), 3u);
+  EXPECT_EQ(text.find(u"", 100), String::npos);
+  EXPECT_EQ(text.find(u'o', 100), String::npos);
+}
+
+TEST(String, ComparesByCodeUnits) {
+  const String a(u"apple");
+  EXPECT_TRUE(a == u"apple");
+  EXPECT_TRUE(a != u"apples");
+  EXPECT_TRUE(u"apple" == a);
+  EXPECT_TRUE(a == std::u16string_view(u"apple"));
+  EXPECT_TRUE(a < String(u"apples"));
+  EXPECT_TRUE(a < u"b");
+  EXPECT_FALSE(String(u"b") < a);
+  EXPECT_TRUE(std::u16string_view(u"Apple") < a);
+  // U+10000 is stored as D800 DC00, which orders before U+FFFF.
+  EXPECT_TRUE(String(u"\U00010000") < String(u"\uFFFF"));
+  // An embedded zero is part of the text.
+  const char16_t zero[] = {u'a', 0, u'b'};
+  EXPECT_NE(String(zero, 3), String(zero, 1));
+  EXPECT_TRUE(String(zero, 1) < String(zero, 3));
+}
+
+TEST(String, HashFollowsEquality) {
+  const String built = String(make_text(20)) + u"tail";
+  const String whole(make_text(20) + u"tail");
+  EXPECT_EQ(std::hash<String>()(built), std::hash<String>()(whole));
+
+  std::unordered_set<std::size_t> hashes;
+  for (int i = 0; i < 2000; ++i) hashes.insert(std::hash<String>()(String(make_text(i % 40)) + static_cast<char16_t>(i)));
+  EXPECT_GT(hashes.size(), 1990u);
+}
+
+struct Utf8Case {
+  const char* bytes;
+  std::u16string_view text;
+};
+
+TEST(StringUtf8, DecodesAndReplacesMaximalSubparts) {
+  const Utf8Case cases[] = {
+      {"", u""},
+      {"plain", u"plain"},
+      {"\xD0\x81\xD1\x91", u"Ёё"},
+      {"\xE2\x82\xAC", u"€"},
+      {"\xF0\x9F\x98\x80", u"\U0001F600"},
+      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+      {"\xC0\x80", u"\uFFFD\uFFFD"},          // overlong NUL
+      {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},  // overlong '/'
+      {"\xF0\x80\x80\xAF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},  // encoded surrogate D800
+      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
+      {"\xE2\x82", u"\uFFFD"},                  // truncated at the end
+      {"\xE2\x82x", u"\uFFFDx"},                // truncated before ASCII
+      {"\xF0\x9F\x98", u"\uFFFD"},
+      {"\xF0\x9F\x98\xF0\x9F\x98\x80", u"\uFFFD\U0001F600"},
+      {"\x80\xBF", u"\uFFFD\uFFFD"},
+      {"\xFE\xFF", u"\uFFFD\uFFFD"},
+      {"a\xF1\x80\x80\xE1\x80\xC2" "b\x80" "c\x80\xBF" "d",
+       u"a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
+  };
+  for (const Utf8Case& c : cases) {
+    SCOPED_TRACE(c.bytes);
+    EXPECT_EQ(std::u16string_view(String::fromUtf8(c.bytes)), c.text);
+  }
+}
+
+TEST(StringUtf8, AgreesWithIcuSubstitution) {
+  std::mt19937 random(7);
+  const unsigned char pool[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0,
+                                0xC1, 0xC2, 0xDF, 0xE0, 0xE1, 0xEC, 0xED, 0xEE, 0xEF, 0xF0,
+                                0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
+  for (int round = 0; round < 5000; ++round) {
+    std::string bytes(random() % 24, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(pool[random() % sizeof(pool)]);
+    std::vector<char16_t> expected(bytes.size() + 1);
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8WithSub(expected.data(), static_cast<int32_t>(expected.size()), &length,
+                         bytes.data(), static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr,
+                         &status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    ASSERT_EQ(std::u16string_view(String::fromUtf8(bytes)),
+              std::u16string_view(expected.data(), static_cast<std::size_t>(length)))
+        << testing::PrintToString(bytes);
+  }
+}
+
+TEST(StringUtf8, EncodesAndReplacesUnpairedSurrogates) {
+  EXPECT_EQ(String(u"A\u00E9\u20AC\U0001F600").toUtf8(),
+            "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+  const char16_t lone[] = {u'x', 0xD800, u'y', 0xDC00, 0xDBFF};
+  EXPECT_EQ(String(lone, 5).toUtf8(), "x\xEF\xBF\xBDy\xEF\xBF\xBD\xEF\xBF\xBD");
+  const char16_t reversed[] = {0xDC00, 0xD800};
+  EXPECT_EQ(String(reversed, 2).toUtf8(), "\xEF\xBF\xBD\xEF\xBF\xBD");
+  const String long_text(u"Длинный текст с эмодзи \U0001F600 и ещё немного");
+  EXPECT_EQ(String::fromUtf8(long_text.toUtf8()), long_text);
+}
+
+}  // namespace
+}  // namespace core
