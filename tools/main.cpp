@@ -42,9 +42,8 @@ int show_locale(const std::vector<std::string_view>& args) {
     return 2;
   }
   try {
-    const core::Locale locale =
-        args.empty() ? core::Locale::processDefault()
-                     : core::Locale(core::String::fromUtf8(args.front()));
+    const core::Locale locale = args.empty() ? core::Locale::processDefault()
+                                             : core::Locale(core::String::fromUtf8(args.front()));
     std::printf("name:              %s\n", locale.name().toUtf8().c_str());
     std::printf("language:          %s\n", locale.language().toUtf8().c_str());
     std::printf("country:           %s\n", locale.country().toUtf8().c_str());
@@ -76,7 +75,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (command == "locale") return show_locale(args);
-  std::fprintf(stderr, "coretool: unknown command \"%.*s\"\n\n%s",
-               static_cast<int>(command.size()), command.data(), kUsage);
+  std::fprintf(stderr, "coretool: unknown command \"%.*s\"\n\n%s", static_cast<int>(command.size()),
+               command.data(), kUsage);
   return 2;
 }

@@ -78,9 +78,9 @@ void BM_IcuFoldThenHash(benchmark::State& state) {
   for (auto _ : state) {
     char16_t folded[64];
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t length = u_strFoldCase(folded, 64, pair.b.data(),
-                                         static_cast<int32_t>(pair.b.size()),
-                                         U_FOLD_CASE_DEFAULT, &status);
+    const int32_t length =
+        u_strFoldCase(folded, 64, pair.b.data(), static_cast<int32_t>(pair.b.size()),
+                      U_FOLD_CASE_DEFAULT, &status);
     benchmark::DoNotOptimize(std::hash<std::u16string_view>()(
         std::u16string_view(folded, static_cast<std::size_t>(length))));
   }

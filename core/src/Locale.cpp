@@ -53,8 +53,7 @@ WeekDay first_day_of_week(const icu::Locale& locale, const String& name) {
   return day == UCAL_SUNDAY ? WeekDay::Sunday : static_cast<WeekDay>(day - 1);
 }
 
-std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale,
-                                                    const String& name) {
+std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale, const String& name) {
   UErrorCode status = U_ZERO_ERROR;
   icu::DecimalFormatSymbols symbols(locale, status);
   if (U_FAILURE(status)) throw LocaleException(name);

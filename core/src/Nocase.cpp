@@ -7,6 +7,7 @@
 
 #include "core/name.h"
 #include "core/nocase.h"
+#include "unit_hasher.h"
 
 namespace core {
 namespace {
@@ -47,9 +48,8 @@ class FoldedStream {
     std::size_t take = std::min(rest_.size(), kChunk);
     if (take < rest_.size() && U16_IS_LEAD(rest_[take - 1])) --take;
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t length =
-        u_strFoldCase(folded_, kFoldedCapacity, rest_.data(), static_cast<int32_t>(take),
-                      U_FOLD_CASE_DEFAULT, &status);
+    const int32_t length = u_strFoldCase(folded_, kFoldedCapacity, rest_.data(),
+                                         static_cast<int32_t>(take), U_FOLD_CASE_DEFAULT, &status);
     std::u16string_view chunk(folded_, U_SUCCESS(status) ? static_cast<std::size_t>(length) : 0);
     if (U_FAILURE(status)) {
       // Unreachable with valid input: the buffer holds the longest folding
@@ -88,42 +88,6 @@ int compare_folded(std::u16string_view a, std::u16string_view b) noexcept {
   }
 }
 
-// Feeds code units into a 64-bit state four at a time.
-class UnitHasher {
- public:
-  void add(char16_t unit) noexcept {
-    word_ |= std::uint64_t{unit} << (16 * filled_);
-    if (++filled_ == 4) {
-      mix(word_);
-      word_ = 0;
-      filled_ = 0;
-    }
-    ++count_;
-  }
-
-  std::size_t finish() noexcept {
-    mix(word_ ^ (std::uint64_t{count_} << 48));
-    std::uint64_t h = state_;
-    h ^= h >> 33;
-    h *= 0xFF51AFD7ED558CCDull;
-    h ^= h >> 33;
-    h *= 0xC4CEB9FE1A85EC53ull;
-    h ^= h >> 33;
-    return static_cast<std::size_t>(h);
-  }
-
- private:
-  void mix(std::uint64_t word) noexcept {
-    state_ ^= word * 0xC2B2AE3D27D4EB4Full;
-    state_ = ((state_ << 29) | (state_ >> 35)) * 0x9E3779B97F4A7C15ull;
-  }
-
-  std::uint64_t state_ = 0x243F6A8885A308D3ull;
-  std::uint64_t word_ = 0;
-  std::uint64_t count_ = 0;
-  unsigned filled_ = 0;
-};
-
 }  // namespace
 
 // The folded prefixes of both texts agree unit for unit up to the first unit
@@ -151,14 +115,17 @@ int compare_nocase(std::u16string_view a, std::u16string_view b) noexcept {
   if (i == common && a.size() == b.size()) return 0;
   // Identical units are skipped without folding, a lead surrogate among them;
   // step back so its pair is folded whole.
-  if (i > 0 && U16_IS_LEAD(a[i - 1])) --i;
-  else if (i == common) return a.size() < b.size() ? -1 : 1;
+  if (i > 0 && U16_IS_LEAD(a[i - 1])) {
+    --i;
+  } else if (i == common) {
+    return a.size() < b.size() ? -1 : 1;
+  }
   return compare_folded(a.substr(i), b.substr(i));
 }
 
 std::size_t hash_nocase(std::u16string_view text) noexcept {
   const FoldTable& table = fold_table();
-  UnitHasher hasher;
+  detail::UnitHasher hasher;
   std::size_t i = 0;
   for (; i < text.size(); ++i) {
     const char16_t unit = text[i];

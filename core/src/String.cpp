@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <new>
 
 #include "rivet/heap.h"
+#include "unit_hasher.h"
 
 namespace core {
 namespace {
@@ -110,34 +112,12 @@ void decode_utf8(std::string_view utf8, Sink& sink) {
 bool is_lead(char16_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
 bool is_trail(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
 
-std::uint64_t load64(const char16_t* units) noexcept {
-  std::uint64_t word;
-  std::memcpy(&word, units, sizeof(word));
-  return word;
-}
-
-std::uint64_t fmix64(std::uint64_t h) noexcept {
-  h ^= h >> 33;
-  h *= 0xFF51AFD7ED558CCDull;
-  h ^= h >> 33;
-  h *= 0xC4CEB9FE1A85EC53ull;
-  h ^= h >> 33;
-  return h;
-}
-
-// Mixes four units per step; the finalizer spreads every input bit.
+// Four units per step while they last, then one at a time.
 std::size_t hash_units(const char16_t* units, std::size_t left) noexcept {
-  constexpr std::uint64_t kMul1 = 0x9E3779B97F4A7C15ull;
-  constexpr std::uint64_t kMul2 = 0xC2B2AE3D27D4EB4Full;
-  std::uint64_t h = kMul1 ^ (left * kMul2);
-  for (; left >= 4; left -= 4, units += 4) {
-    h ^= load64(units) * kMul2;
-    h = ((h << 29) | (h >> 35)) * kMul1;
-  }
-  std::uint64_t tail = 0;
-  for (std::size_t i = 0; i < left; ++i) tail |= std::uint64_t{units[i]} << (16 * i);
-  h ^= tail * kMul2;
-  return static_cast<std::size_t>(fmix64(h));
+  detail::UnitHasher hasher;
+  for (; left >= 4; left -= 4, units += 4) hasher.addFour(units);
+  for (std::size_t i = 0; i < left; ++i) hasher.add(units[i]);
+  return hasher.finish();
 }
 
 }  // namespace

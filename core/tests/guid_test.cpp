@@ -12,16 +12,18 @@
 namespace core {
 namespace {
 
-constexpr GUID kSample{0x0123ABCD, 0x4567, 0x89EF, {0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10}};
+constexpr GUID kSample{
+    0x0123ABCD, 0x4567, 0x89EF, {0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10}};
 static_assert(!kSample.isNull());
 static_assert(GUID{}.isNull());
-static_assert(kSample == GUID{0x0123ABCD, 0x4567, 0x89EF, {0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10}});
+static_assert(kSample ==
+              GUID{0x0123ABCD, 0x4567, 0x89EF, {0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10}});
 static_assert(GUID{} < kSample);
 
 TEST(Guid, ParsesEveryAcceptedForm) {
-  for (const std::u16string_view text : {u"0123abcd-4567-89ef-fedc-ba9876543210",
-                                         u"0123ABCD-4567-89EF-FEDC-BA9876543210",
-                                         u"{0123abcd-4567-89Ef-fEDc-ba9876543210}"}) {
+  for (const std::u16string_view text :
+       {u"0123abcd-4567-89ef-fedc-ba9876543210", u"0123ABCD-4567-89EF-FEDC-BA9876543210",
+        u"{0123abcd-4567-89Ef-fEDc-ba9876543210}"}) {
     SCOPED_TRACE(String(text).toUtf8());
     EXPECT_EQ(GUID::parse(text), kSample);
     GUID parsed{};
@@ -35,18 +37,18 @@ TEST(Guid, ParsesEveryAcceptedForm) {
 TEST(Guid, RejectsMalformedText) {
   const std::u16string_view bad[] = {
       u"",
-      u"0123abcd-4567-89ef-fedc-ba987654321",     // one digit short
-      u"0123abcd-4567-89ef-fedc-ba98765432100",   // one digit long
-      u"0123abcd-4567-89ef-fedcba-9876543210",    // dash moved
+      u"0123abcd-4567-89ef-fedc-ba987654321",    // one digit short
+      u"0123abcd-4567-89ef-fedc-ba98765432100",  // one digit long
+      u"0123abcd-4567-89ef-fedcba-9876543210",   // dash moved
       u"0123abcd-4567-89ef-fedc+ba9876543210",
-      u"0123abcg-4567-89ef-fedc-ba9876543210",    // not hex
+      u"0123abcg-4567-89ef-fedc-ba9876543210",  // not hex
       u"0123abcd-4567-89ef-fedc-ba987654321x",
-      u"{0123abcd-4567-89ef-fedc-ba9876543210",   // one brace
+      u"{0123abcd-4567-89ef-fedc-ba9876543210",  // one brace
       u"0123abcd-4567-89ef-fedc-ba9876543210}",
       u"(0123abcd-4567-89ef-fedc-ba9876543210)",
       u" 0123abcd-4567-89ef-fedc-ba9876543210",
       u"{{0123abcd-4567-89ef-fedc-ba98765432}}",
-      u"０123abcd-4567-89ef-fedc-ba9876543210",   // full-width digit
+      u"０123abcd-4567-89ef-fedc-ba9876543210",  // full-width digit
       u"0123abcd45670-89ef-fedc-ba9876543210",
   };
   for (const std::u16string_view text : bad) {

@@ -17,9 +17,9 @@ TEST(Locale, GoodNamesAreCanonicalised) {
     const char16_t* country;
   };
   const Case cases[] = {
-      {u"en", u"en", u"en", u""},          {u"en_US", u"en_US", u"en", u"US"},
-      {u"ru", u"ru", u"ru", u""},          {u"ru_RU", u"ru_RU", u"ru", u"RU"},
-      {u"RU_ru", u"ru_RU", u"ru", u"RU"},  {u"de-CH", u"de_CH", u"de", u"CH"},
+      {u"en", u"en", u"en", u""},         {u"en_US", u"en_US", u"en", u"US"},
+      {u"ru", u"ru", u"ru", u""},         {u"ru_RU", u"ru_RU", u"ru", u"RU"},
+      {u"RU_ru", u"ru_RU", u"ru", u"RU"}, {u"de-CH", u"de_CH", u"de", u"CH"},
       {u"en_ZZ", u"en_ZZ", u"en", u"ZZ"},  // an unknown region of a known language
   };
   for (const Case& c : cases) {

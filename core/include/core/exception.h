@@ -27,8 +27,8 @@ namespace core {
 class CORE_EXPORT Exception {
  public:
   // {F6F167A0-DCC9-49AD-8F8E-2C9D9904E4FE}
-  static constexpr GUID kClsid = {0xF6F167A0, 0xDCC9, 0x49AD,
-                                  {0x8F, 0x8E, 0x2C, 0x9D, 0x99, 0x04, 0xE4, 0xFE}};
+  static constexpr GUID kClsid = {
+      0xF6F167A0, 0xDCC9, 0x49AD, {0x8F, 0x8E, 0x2C, 0x9D, 0x99, 0x04, 0xE4, 0xFE}};
 
   explicit Exception(const String& descr);
 
@@ -55,8 +55,8 @@ CORE_EXPORT String format_exception_descr(const String& text, const String& extr
 class CORE_EXPORT LocaleException : public Exception {
  public:
   // {A5AC9977-CC6B-4878-95B5-4969293F7ED5}
-  static constexpr GUID kClsid = {0xA5AC9977, 0xCC6B, 0x4878,
-                                  {0x95, 0xB5, 0x49, 0x69, 0x29, 0x3F, 0x7E, 0xD5}};
+  static constexpr GUID kClsid = {
+      0xA5AC9977, 0xCC6B, 0x4878, {0x95, 0xB5, 0x49, 0x69, 0x29, 0x3F, 0x7E, 0xD5}};
 
   explicit LocaleException(const String& name);
 };
@@ -66,8 +66,8 @@ class CORE_EXPORT LocaleException : public Exception {
 class CORE_EXPORT IllegalArgumentException : public Exception {
  public:
   // {4472F4AE-18E3-407C-A1F2-9650D2D50D57}
-  static constexpr GUID kClsid = {0x4472F4AE, 0x18E3, 0x407C,
-                                  {0xA1, 0xF2, 0x96, 0x50, 0xD2, 0xD5, 0x0D, 0x57}};
+  static constexpr GUID kClsid = {
+      0x4472F4AE, 0x18E3, 0x407C, {0xA1, 0xF2, 0x96, 0x50, 0xD2, 0xD5, 0x0D, 0x57}};
 
   explicit IllegalArgumentException(const String& extra);
 };

@@ -36,12 +36,12 @@ class InterfacePtr {
   InterfacePtr(const InterfacePtr& other) noexcept : InterfacePtr(other.p_) {}
   InterfacePtr(InterfacePtr&& other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
   template <class J>
-    requires std::convertible_to<J*, I*>
-  InterfacePtr(const InterfacePtr<J>& other) noexcept  // NOLINT: upcast is implicit
+  requires std::convertible_to<J*, I*> InterfacePtr(const InterfacePtr<J>& other)
+  noexcept  // NOLINT: upcast is implicit
       : InterfacePtr(other.get()) {}
   template <class J>
-    requires std::convertible_to<J*, I*>
-  InterfacePtr(InterfacePtr<J>&& other) noexcept  // NOLINT: upcast is implicit
+  requires std::convertible_to<J*, I*> InterfacePtr(InterfacePtr<J>&& other)
+  noexcept  // NOLINT: upcast is implicit
       : p_(other.detach()) {}
 
   ~InterfacePtr() {
@@ -87,9 +87,7 @@ class InterfacePtr {
   friend bool operator==(const InterfacePtr& a, const InterfacePtr& b) noexcept {
     return a.p_ == b.p_;
   }
-  friend bool operator==(const InterfacePtr& a, std::nullptr_t) noexcept {
-    return a.p_ == nullptr;
-  }
+  friend bool operator==(const InterfacePtr& a, std::nullptr_t) noexcept { return a.p_ == nullptr; }
 
  private:
   I* p_ = nullptr;

@@ -15,8 +15,8 @@ namespace core {
 
 // True when `name` is non-empty, starts with a letter or "_" and goes on with
 // letters, digits or "_". Letters are the code points of Unicode general
-// category L, digits those of category Nd, so "Имя1" is a valid name. Surrogate pairs count as one character; an unpaired surrogate makes
-// the name invalid.
+// category L, digits those of category Nd, so "Имя1" is a valid name. Surrogate pairs count as one
+// character; an unpaired surrogate makes the name invalid.
 CORE_EXPORT bool is_valid_name(std::u16string_view name) noexcept;
 
 }  // namespace core

@@ -9,6 +9,10 @@
 //   core::String copy = name;                       // shares, no copy of the text
 //   std::string utf8 = (name + u", Ivan").toUtf8();
 //
+// Failures: whatever allocates throws std::bad_alloc when memory runs out or
+// a text would exceed String::kMaxSize units, and leaves the string
+// unchanged. Nothing else throws: positions past the end are clamped.
+//
 // Thread safety: like std::string. Distinct String objects may be used from
 // different threads even when they share a buffer; one String object must not
 // be mutated while another thread reads it.
@@ -48,6 +52,7 @@ class CORE_EXPORT String {
   String(const char16_t* text);  // NOLINT(google-explicit-constructor)
   // REQUIRES: `text` points to `count` code units, or `count` is 0.
   String(const char16_t* text, std::size_t count);
+  // Explicit, so that a view never becomes a String (and allocates) unseen.
   explicit String(std::u16string_view text);
 
   String(const String& other) noexcept : word_(other.word_) {
@@ -69,8 +74,7 @@ class CORE_EXPORT String {
   // Decodes UTF-8. Each maximal subpart of an ill-formed sequence (an
   // overlong form, an encoded surrogate, a value above U+10FFFF, a truncated
   // sequence or a stray byte) becomes one U+FFFD, as the Unicode standard
-  // recommends. Throws std::bad_alloc when the text exceeds kMaxSize units or
-  // memory runs out.
+  // recommends.
   static String fromUtf8(std::string_view utf8);
   // Encodes as UTF-8; an unpaired surrogate becomes U+FFFD.
   std::string toUtf8() const;
@@ -90,8 +94,6 @@ class CORE_EXPORT String {
   const_iterator begin() const noexcept { return data(); }
   const_iterator end() const noexcept { return data() + size(); }
 
-  // The mutators below throw std::bad_alloc when the result would exceed
-  // kMaxSize units or memory runs out; the string is then unchanged.
   String& append(std::u16string_view text);
   String& append(char16_t unit);
   String& operator+=(std::u16string_view text) { return append(text); }
