@@ -16,6 +16,10 @@ constexpr const char* kUsage =
     "  locale [NAME]   what the library makes of a locale name (the process\n"
     "                  default when NAME is omitted): canonical name, language,\n"
     "                  first day of the week, decimal and group symbols\n"
+    "  message ID [--locale NAME]\n"
+    "                  the text of the message ID in the locale NAME (the\n"
+    "                  process default when omitted)\n"
+    "  message --list  the identifiers of every message\n"
     "  --help          this text\n";
 
 const char* week_day_name(core::WeekDay day) {
@@ -53,11 +57,36 @@ int show_locale(const std::vector<std::string_view>& args) {
     std::printf("group symbol:      %s\n", describe_symbol(locale.groupSymbol()).c_str());
     return 0;
   } catch (const core::LocaleException& e) {
-    std::fprintf(stderr, "coretool: bad locale name \"%.*s\": %s\n",
-                 static_cast<int>(args.front().size()), args.front().data(),
-                 e.descr().toUtf8().c_str());
+    std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
     return 1;
   }
+}
+
+int show_message(const std::vector<std::string_view>& args) {
+  if (args.size() == 1 && args.front() == "--list") {
+    for (const std::string& id : core::core_message_identifiers()) std::printf("%s\n", id.c_str());
+    return 0;
+  }
+  if (args.size() != 1 && !(args.size() == 3 && args[1] == "--locale")) {
+    std::fputs(kUsage, stderr);
+    return 2;
+  }
+  const std::string id(args.front());
+  if (args.size() == 3) {
+    try {
+      core::Thread::setLocale(core::Locale(core::String::fromUtf8(args[2])));
+    } catch (const core::LocaleException& e) {
+      std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
+      return 1;
+    }
+  }
+  const core::String text = core::load_core_wstring(id.c_str());
+  if (text.empty()) {
+    std::fprintf(stderr, "coretool: no message \"%s\"\n", id.c_str());
+    return 1;
+  }
+  std::printf("%s\n", text.toUtf8().c_str());
+  return 0;
 }
 
 }  // namespace
@@ -75,6 +104,7 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (command == "locale") return show_locale(args);
+  if (command == "message") return show_message(args);
   std::fprintf(stderr, "coretool: unknown command \"%.*s\"\n\n%s", static_cast<int>(command.size()),
                command.data(), kUsage);
   return 2;

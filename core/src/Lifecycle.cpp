@@ -1,13 +1,17 @@
 #include "lifecycle.h"
 
 #include <unicode/uclean.h>
+#include <unicode/udata.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
 #include "core/init.h"
+#include "core/scom.h"
 #include "core/thread.h"
+#include "message_data.h"
 
 namespace core {
 namespace detail {
@@ -18,7 +22,9 @@ namespace {
 struct Runtime {
   std::once_flag started;
   std::once_flag stopped;
-  platform::ThreadLocalSlot* settings_slot = nullptr;
+  // Set early in the start, so that code run by the start itself (class
+  // hooks that touch thread settings) finds the slot without starting again.
+  std::atomic<platform::ThreadLocalSlot*> settings_slot{nullptr};
 };
 
 Runtime& runtime() {
@@ -53,6 +59,21 @@ void release_icu() {
 
 void release_thread_settings(void* settings) { static_cast<Thread*>(settings)->unref(); }
 
+// The library's own component module: its messages are the bundle "basalt".
+SCOM_Module& core_module() {
+  static auto* const module = new SCOM_Module("core", "basalt", {});
+  return *module;
+}
+
+// Hands the embedded message data to ICU under the bundle's name, so that
+// opening "basalt" finds it without any file. Should ICU refuse it, lookups
+// find no texts, which the library survives: descriptions then carry only
+// their details.
+void register_message_data() {
+  UErrorCode status = U_ZERO_ERROR;
+  udata_setAppData("basalt", kBasaltData, &status);
+}
+
 }  // namespace
 
 void start_library() {
@@ -60,6 +81,8 @@ void start_library() {
   std::call_once(state.started, [&state] {
     state.settings_slot = new platform::ThreadLocalSlot(&release_thread_settings);
     acquire_icu();
+    register_message_data();
+    core_module().initialize();
   });
 }
 
@@ -67,21 +90,26 @@ void stop_library() {
   Runtime& state = runtime();
   std::call_once(state.stopped, [&state] {
     if (state.settings_slot == nullptr) return;  // never started
+    core_module().cleanup();
     // Other threads' settings go with their threads; the unloading thread's
     // would outlive the slot, so they are released here.
-    if (void* settings = state.settings_slot->get()) {
-      state.settings_slot->set(nullptr);
+    platform::ThreadLocalSlot* slot = state.settings_slot.exchange(nullptr);
+    if (void* settings = slot->get()) {
+      slot->set(nullptr);
       release_thread_settings(settings);
     }
     release_icu();
-    delete state.settings_slot;
-    state.settings_slot = nullptr;
+    delete slot;
   });
 }
 
 platform::ThreadLocalSlot& thread_settings_slot() {
-  start_library();
-  return *runtime().settings_slot;
+  platform::ThreadLocalSlot* slot = runtime().settings_slot.load(std::memory_order_acquire);
+  if (slot == nullptr) {
+    start_library();
+    slot = runtime().settings_slot.load(std::memory_order_acquire);
+  }
+  return *slot;
 }
 
 }  // namespace detail

@@ -180,9 +180,13 @@ char16_t* String::mutableText(std::size_t capacity) {
   } else if (capacity <= kInlineCapacity) {
     return room_;
   }
-  // Grow by half again so that repeated appends stay amortized O(1).
-  const std::size_t grown = std::min<std::size_t>(kMaxSize, current + current / 2);
-  char16_t* text = allocate_text(std::max(capacity, grown));
+  // Growing takes half again, so that repeated appends stay amortized O(1);
+  // unsharing a buffer that is big enough copies it at the size asked for.
+  const std::size_t grown =
+      capacity > current
+          ? std::max(capacity, std::min<std::size_t>(kMaxSize, current + current / 2))
+          : capacity;
+  char16_t* text = allocate_text(grown);
   copy_units(text, data(), count);
   text[count] = 0;
   if (isHeap()) releaseHeap();

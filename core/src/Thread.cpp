@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/exception.h"
+#include "core/scom.h"
 #include "lifecycle.h"
 
 namespace core {

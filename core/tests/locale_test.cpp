@@ -4,6 +4,7 @@
 
 #include "core/exception.h"
 #include "core/locale.h"
+#include "core/messages.h"
 #include "locale_data.h"
 
 namespace core {
@@ -40,10 +41,8 @@ TEST(Locale, BadNamesThrowLocaleExceptionNamingTheName) {
       ADD_FAILURE() << "accepted " << locale.name().toUtf8();
     } catch (const LocaleException& e) {
       EXPECT_EQ(e.clsid(), LocaleException::kClsid);
-      const std::u16string_view descr = e.descr();
-      EXPECT_NE(descr.find(u"IDS_BADLOCALENAME"), std::u16string_view::npos);
-      const std::u16string_view expected_tail = name;
-      EXPECT_EQ(descr.substr(descr.size() - expected_tail.size()), expected_tail);
+      EXPECT_EQ(e.descr(), format_message(load_core_wstring("IDS_BADLOCALENAME"), {name}));
+      EXPECT_NE(std::u16string_view(e.descr()).find(name), std::u16string_view::npos);
     }
   }
   // A zero code unit inside the name must not cut it short into a good one.

@@ -8,6 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "rivet/heap.h"
+
 namespace core {
 namespace {
 
@@ -255,6 +257,25 @@ TEST(StringUtf8, EncodesAndReplacesUnpairedSurrogates) {
   EXPECT_EQ(String(reversed, 2).toUtf8(), "\xEF\xBF\xBD\xEF\xBF\xBD");
   const String long_text(u"Длинный текст с эмодзи \U0001F600 и ещё немного");
   EXPECT_EQ(String::fromUtf8(long_text.toUtf8()), long_text);
+}
+
+}  // namespace
+}  // namespace core
+
+namespace core {
+namespace {
+
+// Unsharing a buffer must not grow it: copy-then-append used to raise the
+// capacity by half on every round, without bound.
+TEST(StringRegression, CopyThenAppendKeepsCapacityProportional) {
+  String text(u"a text long enough to live on the heap");
+  const std::uint64_t before = rivet_heap_stats().bytes_in_use;
+  for (int round = 0; round < 200; ++round) {
+    String copy = text;
+    text = copy + u".";
+  }
+  EXPECT_EQ(text.size(), 38u + 200u);
+  EXPECT_LT(rivet_heap_stats().bytes_in_use - before, 16u * 1024u);
 }
 
 }  // namespace

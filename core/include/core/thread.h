@@ -22,6 +22,7 @@
 #ifndef CORE_THREAD_H_
 #define CORE_THREAD_H_
 
+#include <memory>
 #include <optional>
 
 #include "core/export.h"
@@ -31,6 +32,8 @@
 #include "core/week_day.h"
 
 namespace core {
+
+class SCOM_Context;
 
 class CORE_EXPORT Thread : public Refcountable<Thread> {
  public:
@@ -60,6 +63,7 @@ class CORE_EXPORT Thread : public Refcountable<Thread> {
 
  private:
   friend class Refcountable<Thread>;
+  friend class SCOM_Context;
 
   Thread();
   ~Thread();
@@ -68,6 +72,8 @@ class CORE_EXPORT Thread : public Refcountable<Thread> {
   int language_;
   NumericRoundMode round_mode_ = NumericRoundMode::HalfAwayFromZero;
   std::optional<WeekDay> first_day_of_week_;
+  // The thread's component-model context, created on first use.
+  std::unique_ptr<SCOM_Context> context_;
 };
 
 }  // namespace core

@@ -1,0 +1,54 @@
+// Helpers shared by the unit tests.
+#ifndef CORE_TESTS_TEST_UTIL_H_
+#define CORE_TESTS_TEST_UTIL_H_
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+#include "core/exception.h"
+#include "core/messages.h"
+#include "core/string.h"
+
+namespace core::testing {
+
+// Succeeds when `e` is of the class `clsid` and its description begins with
+// the text of `id` up to the text's first placeholder (the rest depends on
+// the arguments filled in).
+inline ::testing::AssertionResult IsExceptionWithText(const Exception& e, const GUID& clsid,
+                                                      const char* id) {
+  if (e.clsid() != clsid) {
+    return ::testing::AssertionFailure() << "clsid " << e.clsid().toString().toUtf8()
+                                         << ", expected " << clsid.toString().toUtf8();
+  }
+  const String text = load_core_wstring(id);
+  std::u16string_view prefix = text;
+  prefix = prefix.substr(0, prefix.find(u'%'));
+  const std::u16string_view descr = e.descr();
+  if (descr.substr(0, prefix.size()) != prefix) {
+    return ::testing::AssertionFailure()
+           << "description \"" << e.descr().toUtf8() << "\" does not begin with the text of " << id
+           << " \"" << text.toUtf8() << "\"";
+  }
+  return ::testing::AssertionSuccess();
+}
+
+}  // namespace core::testing
+
+// Expects `statement` to throw exactly `ExceptionClass` (checked by clsid)
+// with a description that begins with the text of the message `id`.
+#define EXPECT_THROW_IDS(statement, ExceptionClass, id)                                        \
+  do {                                                                                         \
+    try {                                                                                      \
+      statement;                                                                               \
+      ADD_FAILURE() << #statement " threw nothing";                                            \
+    } catch (const ExceptionClass& thrown_exception) {                                         \
+      EXPECT_TRUE(                                                                             \
+          ::core::testing::IsExceptionWithText(thrown_exception, ExceptionClass::kClsid, id)); \
+    } catch (...) {                                                                            \
+      ADD_FAILURE() << #statement " threw something other than " #ExceptionClass;              \
+    }                                                                                          \
+  } while (false)
+
+#endif  // CORE_TESTS_TEST_UTIL_H_
