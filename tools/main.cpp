@@ -30,7 +30,9 @@ const char* week_day_name(core::WeekDay day) {
 
 // A symbol with its code points, so that invisible separators show.
 std::string describe_symbol(const core::String& symbol) {
-  std::string text = "\"" + symbol.toUtf8() + "\" (";
+  std::string text = "\"";
+  text += symbol.toUtf8();
+  text += "\" (";
   for (size_t i = 0; i < symbol.size(); ++i) {
     char code[16];
     std::snprintf(code, sizeof code, "%sU+%04X", i == 0 ? "" : " ",
