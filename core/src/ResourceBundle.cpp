@@ -78,8 +78,7 @@ SCOM_ResourceBundle::~SCOM_ResourceBundle() { impl_->closeAll(); }
 const char16_t* SCOM_ResourceBundle::getString(const char* key, const Locale& locale,
                                                size_t& length) {
   length = 0;
-  if (key == nullptr) return nullptr;
-  UResourceBundle* bundle = impl_->bundleFor(locale);
+  UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
   if (bundle == nullptr) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
   int32_t units = 0;
@@ -95,8 +94,7 @@ const char16_t* SCOM_ResourceBundle::getString(const char* key, const Locale& lo
 const uint8_t* SCOM_ResourceBundle::getBinary(const char* key, const Locale& locale,
                                               size_t& length) {
   length = 0;
-  if (key == nullptr) return nullptr;
-  UResourceBundle* bundle = impl_->bundleFor(locale);
+  UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
   if (bundle == nullptr) return nullptr;
   UErrorCode status = U_ZERO_ERROR;
   UResourceBundle* item = ures_getByKey(bundle, key, nullptr, &status);
