@@ -1,0 +1,30 @@
+// The commands of coretool. Each command lives in a file of its own and is
+// listed in main.cpp's table.
+#ifndef CORE_TOOLS_COMMAND_H_
+#define CORE_TOOLS_COMMAND_H_
+
+#include <string_view>
+#include <vector>
+
+namespace coretool {
+
+using Arguments = std::vector<std::string_view>;
+
+struct Command {
+  const char* name;
+  // The command's lines of the usage text, each indented by two spaces.
+  const char* usage;
+  // Runs the command with the arguments after its name; returns the exit
+  // code: 0 on success, 1 when the input was refused, 2 on a usage error.
+  int (*run)(const Arguments& args);
+};
+
+// Prints the command's usage to standard error and returns 2.
+int usage_error(const Command& command);
+
+extern const Command kLocaleCommand;
+extern const Command kMessageCommand;
+
+}  // namespace coretool
+
+#endif  // CORE_TOOLS_COMMAND_H_
