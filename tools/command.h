@@ -22,8 +22,13 @@ struct Command {
 // Prints the command's usage to standard error and returns 2.
 int usage_error(const Command& command);
 
+extern const Command kCalcCommand;
+extern const Command kConvertCommand;
+extern const Command kDateCommand;
+extern const Command kDetectCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
+extern const Command kZonesCommand;
 
 }  // namespace coretool
 

@@ -8,7 +8,9 @@
 namespace coretool {
 namespace {
 
-const Command* const kCommands[] = {&kLocaleCommand, &kMessageCommand};
+const Command* const kCommands[] = {&kCalcCommand,   &kConvertCommand, &kDateCommand,
+                                    &kDetectCommand, &kLocaleCommand,  &kMessageCommand,
+                                    &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

@@ -239,7 +239,7 @@ constexpr const char* kComTypeIds[] = {
     "IDS_EXCEPTION_COMTYPE_GENERIC",
     "IDS_EXCEPTION_COMTYPE_TYPENAMEMISSING",
 };
-constexpr const char* kConverterIds[] = {"IDS_CNVERROR_BADDATA", "IDS_CNVERROR_BADNAME"};
+constexpr const char* kConverterIds[] = {nullptr, "IDS_CNVERROR_BADNAME", "IDS_CNVERROR_BADDATA"};
 constexpr const char* kFileIds[] = {
     "IDS_FERROR_ACCESS",
     "IDS_FERROR_BADPATH",
@@ -273,7 +273,9 @@ constexpr const char* kIoIds[] = {
     "IDS_IO_ERR_OUTOFBOUNDS",     "IDS_IO_ERR_SOURCEFAULT", "IDS_IO_ERR_TARGETFAULT",
     "IDS_IO_ERR_UNDECODED_BYTES",
 };
+// Indexed by the code, which starts at 1.
 constexpr const char* kNumericIds[] = {
+    nullptr,
     "IDS_NUMERROR_DIVIDEBYZERO",
     "IDS_NUMERROR_NEGATIVEPOW",
     "IDS_NUMERROR_OVERFLOW",
@@ -322,8 +324,6 @@ CORE_DEFINE_SHAPES_WITH(BufferException, Error, reason, message_id(kBufferIds, r
                         reason_(reason))
 CORE_DEFINE_SHAPES_WITH(COMTypeException, Code, code, message_id(kComTypeIds, code), code_(code))
 CORE_DEFINE_SHAPES_WITH(ContextException, const char*, messageId, messageId)
-CORE_DEFINE_SHAPES_WITH(ConverterException, Code, code, message_id(kConverterIds, code),
-                        code_(code))
 CORE_DEFINE_SHAPES_WITH(CtorException, const char*, messageId, messageId)
 CORE_DEFINE_SHAPES_WITH(IOException, Error, reason, message_id(kIoIds, reason), reason_(reason))
 CORE_DEFINE_SHAPES_WITH(NumericException, Code, code, message_id(kNumericIds, code), code_(code))
@@ -339,6 +339,15 @@ CORE_DEFINE_SHAPES_WITH(ValueIsFilledException, int32_t, code, kMessageId, code_
 
 #undef CORE_DEFINE_SHAPES_WITH
 #undef CORE_DEFINE_SHAPES
+
+ConverterException::ConverterException(Code code, IExceptionObject* inner)
+    : ConverterException(code, String(), inner) {}
+
+ConverterException::ConverterException(Code code, const String& encodingName,
+                                       IExceptionObject* inner)
+    : Exception(kClsid, load_core_wstring(message_id(kConverterIds, code)), inner), code_(code) {
+  if (!encodingName.empty()) descr(descr() + u" '" + encodingName + u"'");
+}
 
 CancelOperationException::CancelOperationException(Reason reason, IExceptionObject* inner)
     : Exception(kClsid, String(), inner), reason_(reason) {}

@@ -239,6 +239,12 @@ void String::reserve(std::size_t capacity) {
   if (capacity > size()) mutableText(capacity);
 }
 
+char16_t* String::resizeForOverwrite(std::size_t count) {
+  char16_t* text = mutableText(std::max(count, size()));
+  setSize(count);
+  return text;
+}
+
 String String::substr(std::size_t pos, std::size_t count) const {
   const std::size_t total = size();
   pos = std::min(pos, total);

@@ -285,12 +285,12 @@ TEST(ExceptionClasses, SelectorsPickTheirIdentifiers) {
   EXPECT_EQ(storage.url(), url);
 }
 
-// Every value of `Selector` from 0 to `count` - 1 gives a description of its
-// own, so no identifier is misspelt or shared by mistake.
+// Every value of `Selector` from `first` to `first` + `count` - 1 gives a
+// description of its own, so no identifier is misspelt or shared by mistake.
 template <class E, class Selector>
-void expect_distinct_texts(int count) {
+void expect_distinct_texts(int count, int first = 0) {
   std::set<std::u16string> texts;
-  for (int i = 0; i < count; ++i) {
+  for (int i = first; i < first + count; ++i) {
     const E e(static_cast<Selector>(i));
     EXPECT_FALSE(e.descr().empty()) << typeid(E).name() << " " << i;
     texts.insert(std::u16string(std::u16string_view(e.descr())));
@@ -301,10 +301,10 @@ void expect_distinct_texts(int count) {
 TEST(ExceptionClasses, EverySelectorHasATextOfItsOwn) {
   expect_distinct_texts<BufferException, BufferException::Error>(5);
   expect_distinct_texts<COMTypeException, COMTypeException::Code>(2);
-  expect_distinct_texts<ConverterException, ConverterException::Code>(2);
+  expect_distinct_texts<ConverterException, ConverterException::Code>(2, 1);
   expect_distinct_texts<FileException, FileException::Error>(26);
   expect_distinct_texts<IOException, IOException::Error>(7);
-  expect_distinct_texts<NumericException, NumericException::Code>(3);
+  expect_distinct_texts<NumericException, NumericException::Code>(3, 1);
   expect_distinct_texts<StringTemplateException, StringTemplateException::Code>(3);
   expect_distinct_texts<StringTokenizerException, StringTokenizerException::Code>(3);
   expect_distinct_texts<ThreadException, ThreadException::Error>(5);
@@ -320,8 +320,9 @@ TEST(ExceptionClasses, EverySelectorHasATextOfItsOwn) {
 TEST(ExceptionClasses, SelectorOutsideItsEnumerationGivesNoText) {
   EXPECT_EQ(ThreadException(static_cast<ThreadException::Error>(5)).descr(), u"");
   EXPECT_EQ(ThreadException(static_cast<ThreadException::Error>(-1), String(u"x")).descr(), u"");
-  EXPECT_EQ(NumericException(static_cast<NumericException::Code>(3), "f", 1, u"w").descr(),
+  EXPECT_EQ(NumericException(static_cast<NumericException::Code>(4), "f", 1, u"w").descr(),
             u"\n[f - w (1)]");
+  EXPECT_EQ(NumericException(static_cast<NumericException::Code>(0)).descr(), u"");
   EXPECT_EQ(ContextException(static_cast<const char*>(nullptr)).descr(), u"");
 }
 

@@ -3,6 +3,8 @@
 #define CORE_CORE_H_
 
 #include "core/application_context.h"
+#include "core/converter.h"
+#include "core/date.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
 #include "core/exception_handling.h"
@@ -15,6 +17,7 @@
 #include "core/messages.h"
 #include "core/name.h"
 #include "core/nocase.h"
+#include "core/numeric.h"
 #include "core/numeric_round_mode.h"
 #include "core/parameter_errors.h"
 #include "core/ref_ptr.h"
@@ -23,6 +26,7 @@
 #include "core/scom.h"
 #include "core/string.h"
 #include "core/thread.h"
+#include "core/time_zone.h"
 #include "core/url.h"
 #include "core/week_day.h"
 

@@ -212,6 +212,8 @@ class CORE_EXPORT ContextException : public Exception {
 };
 
 // Text that cannot be converted between encodings ("IDS_CNVERROR_" family).
+// The description is the code's message, followed by " '", the encoding's
+// name and "'" when a name is known.
 class CORE_EXPORT ConverterException : public Exception {
  public:
   // {12D4914C-D6AE-4255-87A1-02485BE1B924}
@@ -219,16 +221,12 @@ class CORE_EXPORT ConverterException : public Exception {
       0x12D4914C, 0xD6AE, 0x4255, {0x87, 0xA1, 0x02, 0x48, 0x5B, 0xE1, 0xB9, 0x24}};
 
   enum class Code : int32_t {
-    BadData = 0,  // IDS_CNVERROR_BADDATA: bytes not valid in the encoding
-    BadName = 1,  // IDS_CNVERROR_BADNAME: an unknown encoding name
+    BadName = 1,  // IDS_CNVERROR_BADNAME: an empty or unknown encoding name
+    BadData = 2,  // IDS_CNVERROR_BADDATA: text the encoding cannot carry
   };
 
   explicit ConverterException(Code code, IExceptionObject* inner = nullptr);
-  ConverterException(Code code, const String& extra, IExceptionObject* inner = nullptr);
-  ConverterException(Code code, const char* file, unsigned line, const char16_t* where,
-                     IExceptionObject* inner = nullptr);
-  ConverterException(Code code, const char* file, unsigned line, const char16_t* where,
-                     const String& extra, IExceptionObject* inner = nullptr);
+  ConverterException(Code code, const String& encodingName, IExceptionObject* inner = nullptr);
 
   Code code() const noexcept { return code_; }
 
@@ -465,9 +463,9 @@ class CORE_EXPORT NumericException : public Exception {
       0xE62F19B5, 0xA855, 0x418F, {0xA1, 0x62, 0x77, 0xD8, 0x57, 0x1E, 0x9D, 0xDC}};
 
   enum class Code : int32_t {
-    DivideByZero = 0,  // IDS_NUMERROR_DIVIDEBYZERO
-    NegativePow = 1,   // IDS_NUMERROR_NEGATIVEPOW
-    Overflow = 2,      // IDS_NUMERROR_OVERFLOW
+    DivideByZero = 1,  // IDS_NUMERROR_DIVIDEBYZERO
+    NegativePow = 2,   // IDS_NUMERROR_NEGATIVEPOW
+    Overflow = 3,      // IDS_NUMERROR_OVERFLOW
   };
 
   explicit NumericException(Code code, IExceptionObject* inner = nullptr);

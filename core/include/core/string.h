@@ -105,6 +105,12 @@ class CORE_EXPORT String {
   // Makes room for `capacity` units so that appending up to that size does
   // not reallocate.
   void reserve(std::size_t capacity);
+  // Sets the size to `count` and returns the text for the caller to write,
+  // so that a producer (a decoder, say) can fill a String in place. The
+  // units kept are min(old size, count); those beyond the old size hold
+  // unspecified values until written. The pointer is valid until the next
+  // change of the string.
+  char16_t* resizeForOverwrite(std::size_t count);
 
   // At most `count` units from `pos`. A `pos` past the end is clamped to
   // size() and gives the empty string; nothing is thrown for range.

@@ -1,0 +1,107 @@
+// coretool convert --from NAME --to NAME [--signature] [FILE]
+// coretool detect FILE
+#include <cstdio>
+#include <string>
+
+#include "command.h"
+#include "core/core.h"
+
+namespace coretool {
+namespace {
+
+// Reads the whole of `path` ("-" or empty: standard input) into `bytes`.
+bool read_all(std::string_view path, std::string& bytes) {
+  std::FILE* file =
+      path.empty() || path == "-" ? stdin : std::fopen(std::string(path).c_str(), "rb");
+  if (file == nullptr) return false;
+  char buffer[64 * 1024];
+  size_t count;
+  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
+  const bool ok = !std::ferror(file);
+  if (file != stdin) std::fclose(file);
+  return ok;
+}
+
+int run_convert(const Arguments& args) {
+  std::string_view from, to, path;
+  bool signature = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    if (args[i] == "--from" && i + 1 < args.size()) {
+      from = args[++i];
+    } else if (args[i] == "--to" && i + 1 < args.size()) {
+      to = args[++i];
+    } else if (args[i] == "--signature") {
+      signature = true;
+    } else if (path.empty() && !args[i].starts_with("--")) {
+      path = args[i];
+    } else {
+      return usage_error(kConvertCommand);
+    }
+  }
+  if (from.empty() || to.empty()) return usage_error(kConvertCommand);
+  std::string bytes;
+  if (!read_all(path, bytes)) {
+    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(path.size()),
+                 path.data());
+    return 1;
+  }
+  try {
+    const core::Converter reader(core::String::fromUtf8(from));
+    core::StreamConverterFromUnicode writer(core::String::fromUtf8(to));
+    // A signature the input carries is not text.
+    core::String detected;
+    const size_t skip = core::Converter::detectUnicodeSignature(bytes, detected);
+    core::String text = reader.widen(std::string_view(bytes).substr(
+        skip != 0 && core::Converter::compareEncodingNames(detected, reader.name()) == 0 ? skip
+                                                                                         : 0));
+    if (signature && writer.signature() != nullptr) text = writer.signature() + text;
+    std::string out(text.size() * writer.maxCharSize() + 16, '\0');
+    const char16_t* source = text.data();
+    char* target = out.data();
+    writer.narrow(source, text.size(), target, out.size());
+    const char16_t* flush = nullptr;
+    writer.narrow(flush, 0, target, out.size() - static_cast<size_t>(target - out.data()));
+    std::fwrite(out.data(), 1, static_cast<size_t>(target - out.data()), stdout);
+    return 0;
+  } catch (const core::ConverterException& e) {
+    std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
+    return 1;
+  }
+}
+
+int run_detect(const Arguments& args) {
+  if (args.size() != 1) return usage_error(kDetectCommand);
+  std::string bytes;
+  if (!read_all(args.front(), bytes)) {
+    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(args[0].size()),
+                 args[0].data());
+    return 1;
+  }
+  core::String name;
+  const size_t length = core::Converter::detectUnicodeSignature(bytes, name);
+  if (length != 0) {
+    std::printf("signature: %s (%zu bytes)\n", name.toUtf8().c_str(), length);
+  } else {
+    std::printf("signature: none\n");
+  }
+  std::printf("guess:     %s\n", core::guess_encoding(bytes).toUtf8().c_str());
+  return 0;
+}
+
+}  // namespace
+
+const Command kConvertCommand = {
+    "convert",
+    "  convert --from NAME --to NAME [--signature] [FILE]\n"
+    "                  converts FILE (standard input by default) between\n"
+    "                  encodings to standard output; --signature writes a\n"
+    "                  byte-order signature where the encoding has one\n",
+    &run_convert};
+
+const Command kDetectCommand = {
+    "detect",
+    "  detect FILE     the byte-order signature of FILE and a guess of its\n"
+    "                  encoding\n",
+    &run_detect};
+
+}  // namespace coretool
