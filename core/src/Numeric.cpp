@@ -344,32 +344,17 @@ Numeric::Numeric(double value) : Numeric() {
   assign(limbs, high_pos - low_pos + 1, -low_pos, negative ? -1 : 1);
 }
 
-Numeric::Numeric(const Numeric& other) : Numeric() {
-  if (other.size_ > static_cast<std::int32_t>(kInlineLimbs)) {
-    limbs_ = allocate_limbs(other.size_);
-    capacity_ = other.size_;
-  }
+void Numeric::copyLarge(const Numeric& other) {
+  limbs_ = allocate_limbs(other.size_);
+  capacity_ = other.size_;
   std::memcpy(limbs_, other.limbs_, other.size_ * sizeof(Limb));
-  size_ = other.size_;
-  frac_ = other.frac_;
-  sign_ = other.sign_;
 }
 
-Numeric::Numeric(Numeric&& other) noexcept
-    : capacity_(kInlineLimbs),
-      size_(other.size_),
-      frac_(other.frac_),
-      sign_(other.sign_),
-      limbs_(buffer_) {
-  if (other.limbs_ != other.buffer_) {
-    limbs_ = other.limbs_;
-    capacity_ = other.capacity_;
-    other.limbs_ = other.buffer_;
-    other.capacity_ = kInlineLimbs;
-  } else {
-    std::memcpy(buffer_, other.buffer_, sizeof buffer_);
-  }
-  other.setZero();
+void Numeric::takeBuffer(Numeric& other) noexcept {
+  limbs_ = other.limbs_;
+  capacity_ = other.capacity_;
+  other.limbs_ = other.buffer_;
+  other.capacity_ = kInlineLimbs;
 }
 
 Numeric& Numeric::operator=(const Numeric& other) {
@@ -402,8 +387,6 @@ Numeric& Numeric::operator=(Numeric&& other) noexcept {
   }
   return *this;
 }
-
-Numeric::~Numeric() { releaseBuffer(); }
 
 void Numeric::releaseBuffer() noexcept {
   if (limbs_ != buffer_) {
@@ -488,6 +471,50 @@ void Numeric::normalizeInPlace() noexcept {
 // ---------------------------------------------------------------------------
 // Arithmetic
 
+bool Numeric::addNear(const Numeric& other, int other_sign) noexcept {
+  // Operands whose limbs all lie within two places of each other: aligned,
+  // each is below 10^18, so their sum or difference fits in 64 bits. This is
+  // the case of everyday amounts.
+  const std::int64_t low = std::min(-frac_, -other.frac_);
+  const std::int64_t high = std::max(size_ - 1 - static_cast<std::int64_t>(frac_),
+                                     other.size_ - 1 - static_cast<std::int64_t>(other.frac_));
+  if (high - low > 1 || -low >= kMaxScale || high + 2 >= kMaxScale) return false;
+  const auto aligned = [low](const Numeric& n) {
+    std::uint64_t value = n.limbs_[n.size_ - 1];
+    if (n.size_ == 2) value = value * kBase + n.limbs_[0];
+    return -n.frac_ > low ? value * kBase : value;
+  };
+  const std::uint64_t a = aligned(*this);
+  const std::uint64_t b = aligned(other);
+  std::uint64_t result;
+  int result_sign = sign_;
+  if (sign_ == other_sign) {
+    result = a + b;
+  } else if (a >= b) {
+    result = a - b;
+  } else {
+    result = b - a;
+    result_sign = other_sign;
+  }
+  if (result == 0) {
+    setZero();
+    return true;
+  }
+  const Limb places[3] = {static_cast<Limb>(result % kBase),
+                          static_cast<Limb>(result / kBase % kBase),
+                          static_cast<Limb>(result / kBase / kBase)};
+  int first = 0;
+  while (places[first] == 0) ++first;
+  int last = 2;
+  while (places[last] == 0) --last;
+  // Every buffer holds at least kInlineLimbs (4) limbs.
+  for (int i = first; i <= last; ++i) limbs_[i - first] = places[i];
+  size_ = last - first + 1;
+  frac_ = static_cast<std::int32_t>(-(low + first));
+  sign_ = static_cast<signed char>(result_sign);
+  return true;
+}
+
 void Numeric::addSigned(const Numeric& other, int other_sign) {
   if (other.size_ == 0) return;
   if (size_ == 0) {
@@ -495,6 +522,7 @@ void Numeric::addSigned(const Numeric& other, int other_sign) {
     sign_ = static_cast<signed char>(other_sign);
     return;
   }
+  if (size_ <= 2 && other.size_ <= 2 && addNear(other, other_sign)) return;
   const Magnitude a{limbs_, size_, frac_};
   const Magnitude b{other.limbs_, other.size_, other.frac_};
   const std::int64_t low = std::min(a.low(), b.low());

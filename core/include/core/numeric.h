@@ -22,6 +22,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 #include "core/export.h"
@@ -62,11 +63,40 @@ class CORE_EXPORT Numeric {
   // infinity or a NaN.
   Numeric(double value);  // NOLINT(google-explicit-constructor)
 
-  Numeric(const Numeric& other);
-  Numeric(Numeric&& other) noexcept;
+  // Copies and moves of numbers that fit the built-in buffer stay inline:
+  // they are the common case of every value handed around.
+  Numeric(const Numeric& other)
+      : capacity_(kInlineLimbs),
+        size_(other.size_),
+        frac_(other.frac_),
+        sign_(other.sign_),
+        limbs_(buffer_) {
+    if (other.size_ > static_cast<std::int32_t>(kInlineLimbs)) {
+      copyLarge(other);
+    } else {
+      std::memcpy(buffer_, other.limbs_, sizeof buffer_);
+    }
+  }
+  Numeric(Numeric&& other) noexcept
+      : capacity_(kInlineLimbs),
+        size_(other.size_),
+        frac_(other.frac_),
+        sign_(other.sign_),
+        limbs_(buffer_) {
+    if (other.limbs_ != other.buffer_) {
+      takeBuffer(other);
+    } else {
+      std::memcpy(buffer_, other.buffer_, sizeof buffer_);
+    }
+    other.size_ = 0;
+    other.frac_ = 0;
+    other.sign_ = 1;
+  }
   Numeric& operator=(const Numeric& other);
   Numeric& operator=(Numeric&& other) noexcept;
-  ~Numeric();
+  ~Numeric() {
+    if (limbs_ != buffer_) releaseBuffer();
+  }
 
   // Exact. Overflow ("IDS_NUMERROR_OVERFLOW") when the result leaves the
   // range of kMaxScaleLimbs.
@@ -196,11 +226,27 @@ class CORE_EXPORT Numeric {
   std::int32_t fractionLimbs() const noexcept { return frac_; }
   const Limb* limbs() const noexcept { return limbs_; }
 
-  friend Numeric operator+(Numeric a, const Numeric& b) { return a += b; }
-  friend Numeric operator-(Numeric a, const Numeric& b) { return a -= b; }
-  friend Numeric operator*(Numeric a, const Numeric& b) { return a *= b; }
-  friend Numeric operator/(Numeric a, const Numeric& b) { return a /= b; }
-  friend Numeric operator%(Numeric a, const Numeric& b) { return a %= b; }
+  // Each moves its parameter out: returning `a += b` would copy it.
+  friend Numeric operator+(Numeric a, const Numeric& b) {
+    a += b;
+    return a;
+  }
+  friend Numeric operator-(Numeric a, const Numeric& b) {
+    a -= b;
+    return a;
+  }
+  friend Numeric operator*(Numeric a, const Numeric& b) {
+    a *= b;
+    return a;
+  }
+  friend Numeric operator/(Numeric a, const Numeric& b) {
+    a /= b;
+    return a;
+  }
+  friend Numeric operator%(Numeric a, const Numeric& b) {
+    a %= b;
+    return a;
+  }
   friend bool operator==(const Numeric& a, const Numeric& b) noexcept { return a.compare(b) == 0; }
   friend std::strong_ordering operator<=>(const Numeric& a, const Numeric& b) noexcept {
     return a.compare(b) <=> 0;
@@ -223,8 +269,14 @@ class CORE_EXPORT Numeric {
   Limb* reserve(std::int64_t count, bool keep);
   void normalizeInPlace() noexcept;
   void addSigned(const Numeric& other, int other_sign);
+  // The sum when both operands lie within two limb places; false, with
+  // nothing changed, for any other operands.
+  bool addNear(const Numeric& other, int other_sign) noexcept;
   bool integerMagnitude(unsigned long long& out) const noexcept;
   void releaseBuffer() noexcept;
+  // The out-of-line halves of the copy and move constructors.
+  void copyLarge(const Numeric& other);
+  void takeBuffer(Numeric& other) noexcept;
 
   std::uint32_t capacity_;
   std::int32_t size_;
