@@ -26,8 +26,10 @@ extern const Command kCalcCommand;
 extern const Command kConvertCommand;
 extern const Command kDateCommand;
 extern const Command kDetectCommand;
+extern const Command kFormatCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
+extern const Command kValueCommand;
 extern const Command kZonesCommand;
 
 }  // namespace coretool

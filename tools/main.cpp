@@ -8,9 +8,9 @@
 namespace coretool {
 namespace {
 
-const Command* const kCommands[] = {&kCalcCommand,   &kConvertCommand, &kDateCommand,
-                                    &kDetectCommand, &kLocaleCommand,  &kMessageCommand,
-                                    &kZonesCommand};
+const Command* const kCommands[] = {&kCalcCommand,    &kConvertCommand, &kDateCommand,
+                                    &kDetectCommand,  &kFormatCommand,  &kLocaleCommand,
+                                    &kMessageCommand, &kValueCommand,   &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

@@ -11,7 +11,10 @@
 #include "core/init.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "locale_data.h"
 #include "message_data.h"
+#include "rivet/memory_manager.h"
+#include "value_objects.h"
 
 namespace core {
 namespace detail {
@@ -25,6 +28,7 @@ struct Runtime {
   // Set early in the start, so that code run by the start itself (class
   // hooks that touch thread settings) finds the slot without starting again.
   std::atomic<platform::ThreadLocalSlot*> settings_slot{nullptr};
+  rivet::MemoryCallbackHandle memory_callback = rivet::MemoryCallbackHandle::kInvalid;
 };
 
 Runtime& runtime() {
@@ -59,9 +63,26 @@ void release_icu() {
 
 void release_thread_settings(void* settings) { static_cast<Thread*>(settings)->unref(); }
 
+// The class objects of the library's own types.
+template <TypeCode kCode>
+IUnknown* primitive_type_object() {
+  return primitive_type(kCode);
+}
+
+const SCOM_ClassMapEntry kCoreClasses[] = {
+    {kUndefinedTypeClsid, &primitive_type_object<TypeCode::Undefined>, nullptr},
+    {kNullTypeClsid, &primitive_type_object<TypeCode::Null>, nullptr},
+    {kBooleanTypeClsid, &primitive_type_object<TypeCode::Boolean>, nullptr},
+    {kNumberTypeClsid, &primitive_type_object<TypeCode::Number>, nullptr},
+    {kStringTypeClsid, &primitive_type_object<TypeCode::String>, nullptr},
+    {kDateTypeClsid, &primitive_type_object<TypeCode::Date>, nullptr},
+    {kTypeTypeClsid, &primitive_type_object<TypeCode::Type>, nullptr},
+    {kComObjectTypeClsid, &com_object_type_object, nullptr},
+};
+
 // The library's own component module: its messages are the bundle "basalt".
 SCOM_Module& core_module() {
-  static auto* const module = new SCOM_Module("core", "basalt", {});
+  static auto* const module = new SCOM_Module("core", "basalt", kCoreClasses);
   return *module;
 }
 
@@ -69,6 +90,10 @@ SCOM_Module& core_module() {
 // opening "basalt" finds it without any file. Should ICU refuse it, lookups
 // find no texts, which the library survives: descriptions then carry only
 // their details.
+// Asked by rivet to give memory back: the library's caches that can be
+// rebuilt on demand let go of what nobody uses.
+size_t release_caches(void*, size_t) { return trim_locale_cache(); }
+
 void register_message_data() {
   UErrorCode status = U_ZERO_ERROR;
   udata_setAppData("basalt", kBasaltData, &status);
@@ -83,6 +108,7 @@ void start_library() {
     acquire_icu();
     register_message_data();
     core_module().initialize();
+    state.memory_callback = rivet::register_memory_callback(&release_caches, nullptr);
   });
 }
 
@@ -90,6 +116,7 @@ void stop_library() {
   Runtime& state = runtime();
   std::call_once(state.stopped, [&state] {
     if (state.settings_slot == nullptr) return;  // never started
+    rivet::unregister_memory_callback(state.memory_callback);
     core_module().cleanup();
     // Other threads' settings go with their threads; the unloading thread's
     // would outlive the slot, so they are released here.

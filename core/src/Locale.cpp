@@ -94,6 +94,15 @@ class LocaleCache {
     return entries_.emplace(canonical, std::move(data)).first->second;
   }
 
+  // Forgets the data no Locale holds any more; returns the bytes freed, as
+  // far as they are known.
+  size_t trim() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return std::erase_if(entries_,
+                         [](const auto& entry) { return entry.second.use_count() == 1; }) *
+           sizeof(detail::LocaleData);
+  }
+
  private:
   std::mutex mutex_;
   std::unordered_map<std::string, std::shared_ptr<const detail::LocaleData>> entries_;
@@ -118,6 +127,8 @@ ProcessDefault& process_default() {
 }  // namespace
 
 namespace detail {
+
+size_t trim_locale_cache() { return cache().trim(); }
 
 String default_locale_name(const char* environment_name) {
   const std::string_view name(environment_name);

@@ -9,6 +9,8 @@
 #include "core/exception_classes.h"
 #include "core/resource_bundle.h"
 #include "core/thread.h"
+#include "core/value_interfaces.h"
+#include "type_registry.h"
 
 namespace core {
 namespace {
@@ -45,15 +47,27 @@ void SCOM_Module::initialize() {
   if (bundle_name_ != nullptr) bundle_ = new SCOM_ResourceBundle(bundle_name_);
   initialized_ = true;
   for (const SCOM_ClassMapEntry& entry : classes_) {
+    IUnknown* object = entry.classObject != nullptr ? entry.classObject() : nullptr;
+    class_objects_.push_back(object);
+    if (InterfacePtr<IType> type = InterfacePtr<IUnknown>(object).query<IType>()) {
+      detail::register_type(type.get());
+    }
     if (entry.classInit != nullptr) entry.classInit(true);
   }
 }
 
 void SCOM_Module::cleanup() {
   if (!initialized_) return;
-  for (auto entry = classes_.rbegin(); entry != classes_.rend(); ++entry) {
-    if (entry->classInit != nullptr) entry->classInit(false);
+  for (size_t i = classes_.size(); i-- > 0;) {
+    if (IUnknown* object = class_objects_[i]) {
+      if (InterfacePtr<IType> type = InterfacePtr<IUnknown>(object).query<IType>()) {
+        detail::unregister_type(type.get());
+      }
+      object->release();
+    }
+    if (classes_[i].classInit != nullptr) classes_[i].classInit(false);
   }
+  class_objects_.clear();
   {
     Registry& modules = registry();
     std::unique_lock<std::shared_mutex> lock(modules.mutex);

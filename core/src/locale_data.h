@@ -24,6 +24,10 @@ struct LocaleData {
 // library has no data for become "en_US".
 String default_locale_name(const char* environment_name);
 
+// Frees the data of locales that no Locale holds any more (memory pressure);
+// returns the bytes freed, as far as they are known.
+size_t trim_locale_cache();
+
 }  // namespace core::detail
 
 #endif  // CORE_SRC_LOCALE_DATA_H_

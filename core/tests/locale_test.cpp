@@ -6,6 +6,7 @@
 #include "core/locale.h"
 #include "core/messages.h"
 #include "locale_data.h"
+#include "rivet/memory_manager.h"
 
 namespace core {
 namespace {
@@ -91,6 +92,21 @@ TEST(Locale, HostReplacesTheProcessDefault) {
   EXPECT_EQ(seen_by_other_thread, Locale(u"ru_RU"));
   Locale::setProcessDefault(saved);
   EXPECT_EQ(Locale(), saved);
+}
+
+}  // namespace
+}  // namespace core
+
+namespace core {
+namespace {
+
+TEST(Locale, MemoryPressureFreesTheDataOfUnusedLocales) {
+  const Locale kept(u"de_AT");
+  { const Locale unused(u"fr_CA"); }
+  EXPECT_GT(rivet::release_memory(), 0u);
+  EXPECT_EQ(detail::trim_locale_cache(), 0u);  // nothing left to free
+  EXPECT_EQ(kept.name(), String(u"de_AT"));
+  EXPECT_EQ(Locale(u"fr_CA").name(), String(u"fr_CA"));  // built again on demand
 }
 
 }  // namespace

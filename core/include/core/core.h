@@ -9,6 +9,7 @@
 #include "core/exception_classes.h"
 #include "core/exception_handling.h"
 #include "core/export.h"
+#include "core/formats.h"
 #include "core/guid.h"
 #include "core/init.h"
 #include "core/interface_ptr.h"
@@ -20,6 +21,7 @@
 #include "core/numeric.h"
 #include "core/numeric_round_mode.h"
 #include "core/parameter_errors.h"
+#include "core/params.h"
 #include "core/ref_ptr.h"
 #include "core/refcountable.h"
 #include "core/resource_bundle.h"
@@ -27,7 +29,11 @@
 #include "core/string.h"
 #include "core/thread.h"
 #include "core/time_zone.h"
+#include "core/type.h"
 #include "core/url.h"
+#include "core/value.h"
+#include "core/value_impl.h"
+#include "core/value_interfaces.h"
 #include "core/week_day.h"
 
 #endif  // CORE_CORE_H_

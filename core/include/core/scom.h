@@ -20,9 +20,11 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "core/export.h"
 #include "core/guid.h"
+#include "core/iunknown.h"
 #include "core/locale.h"
 #include "core/ref_ptr.h"
 #include "core/refcountable.h"
@@ -31,11 +33,14 @@ namespace core {
 
 class SCOM_ResourceBundle;
 
-// One class of a module's class map: its identifier and the hook that
-// prepares (true, when the module starts) and releases (false, when it stops)
-// whatever the class keeps process-wide. The hook may be null.
+// One class of a module's class map: its identifier, the function that
+// gives its class object (a new reference; for a type, its IType, which the
+// module registers in the registry of types while it runs), and the hook
+// that prepares (true, when the module starts) and releases (false, when it
+// stops) whatever the class keeps process-wide. Either function may be null.
 struct SCOM_ClassMapEntry {
   GUID clsid;
+  IUnknown* (*classObject)();
   void (*classInit)(bool starting);
 };
 
@@ -48,12 +53,14 @@ class CORE_EXPORT SCOM_Module {
   SCOM_Module(const SCOM_Module&) = delete;
   SCOM_Module& operator=(const SCOM_Module&) = delete;
 
-  // Registers the module by name, opens its bundle and runs every class's
-  // hook with true. A second call does nothing. Throws SCOM_Exception when
+  // Registers the module by name, opens its bundle, takes every class
+  // object (registering those that are types) and runs every class's hook
+  // with true. A second call does nothing. Throws SCOM_Exception when
   // another module of the same name is registered.
   void initialize();
-  // Runs the hooks with false in reverse order, closes the bundle and removes
-  // the module from the registry. Does nothing when not initialized.
+  // Releases the class objects (unregistering the types) and runs the hooks
+  // with false, in reverse order; closes the bundle and removes the module
+  // from the registry. Does nothing when not initialized.
   void cleanup();
 
   const char* name() const noexcept { return name_; }
@@ -66,6 +73,8 @@ class CORE_EXPORT SCOM_Module {
   const char* bundle_name_;
   std::span<const SCOM_ClassMapEntry> classes_;
   SCOM_ResourceBundle* bundle_ = nullptr;
+  // The class objects of the class map, in its order (null where none).
+  std::vector<IUnknown*> class_objects_;
   bool initialized_ = false;
 };
 

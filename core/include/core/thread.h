@@ -34,6 +34,9 @@
 namespace core {
 
 class SCOM_Context;
+class NumericFormat;
+class DateFormat;
+class BoolFormat;
 
 class CORE_EXPORT Thread : public Refcountable<Thread> {
  public:
@@ -53,6 +56,22 @@ class CORE_EXPORT Thread : public Refcountable<Thread> {
 
   static void setFirstDayOfWeek(WeekDay day);
   static WeekDay firstDayOfWeek();
+
+  // The thread's formats (core/formats.h): the thread's own when one was set,
+  // else the default format of the thread's locale (built on first use and
+  // rebuilt after the locale changes). A reference stays valid until the
+  // thread changes the same format or its locale, or ends.
+  static const NumericFormat& getNumericFormat();
+  static const DateFormat& getDateFormat();
+  static const BoolFormat& getBoolFormat();
+  // Set the thread's own format, kept across changes of the locale.
+  static void setNumericFormat(const NumericFormat& format);
+  static void setDateFormat(const DateFormat& format);
+  static void setBoolFormat(const BoolFormat& format);
+  // Drop the thread's own format: the locale's default applies again.
+  static void resetNumericFormat();
+  static void resetDateFormat();
+  static void resetBoolFormat();
 
   // The calling thread's settings object, created on first use and released
   // when the thread ends.
@@ -74,6 +93,13 @@ class CORE_EXPORT Thread : public Refcountable<Thread> {
   std::optional<WeekDay> first_day_of_week_;
   // The thread's component-model context, created on first use.
   std::unique_ptr<SCOM_Context> context_;
+  // Formats set by the thread, and the locale defaults built on demand.
+  std::unique_ptr<NumericFormat> numeric_format_;
+  std::unique_ptr<DateFormat> date_format_;
+  std::unique_ptr<BoolFormat> bool_format_;
+  std::unique_ptr<NumericFormat> default_numeric_format_;
+  std::unique_ptr<DateFormat> default_date_format_;
+  std::unique_ptr<BoolFormat> default_bool_format_;
 };
 
 }  // namespace core

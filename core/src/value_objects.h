@@ -1,0 +1,45 @@
+// Internals of the primitive values shared with the rest of the library.
+#ifndef CORE_SRC_VALUE_OBJECTS_H_
+#define CORE_SRC_VALUE_OBJECTS_H_
+
+#include <cstdint>
+
+#include "core/numeric.h"
+#include "core/value_interfaces.h"
+
+namespace core::detail {
+
+// The class identifiers of the primitive types.
+inline constexpr GUID kUndefinedTypeClsid = {
+    0xEE8D3E7C, 0xF930, 0x4A76, {0x8A, 0xAD, 0x4F, 0xF9, 0x08, 0x3A, 0x6E, 0xA6}};
+inline constexpr GUID kNullTypeClsid = {
+    0xAF40A278, 0x63BC, 0x478E, {0x91, 0xA8, 0x19, 0xE0, 0xD1, 0x6B, 0x10, 0xB5}};
+inline constexpr GUID kBooleanTypeClsid = {
+    0x5D4125AD, 0xF6E7, 0x4313, {0xBE, 0x32, 0xF7, 0x1D, 0x0A, 0xB6, 0x09, 0x15}};
+inline constexpr GUID kNumberTypeClsid = {
+    0xB0BE78F2, 0x0EE6, 0x4D31, {0xA3, 0xBB, 0x77, 0xDD, 0x32, 0xBA, 0x5B, 0xEC}};
+inline constexpr GUID kStringTypeClsid = {
+    0x9B6ABF8B, 0x0173, 0x48E5, {0xB0, 0xA0, 0x83, 0xB2, 0x1F, 0xCF, 0x63, 0xC5}};
+inline constexpr GUID kDateTypeClsid = {
+    0xAAE38C48, 0xA877, 0x411C, {0xA6, 0xD3, 0xFB, 0xAA, 0x1F, 0x83, 0xC4, 0xBD}};
+inline constexpr GUID kTypeTypeClsid = {
+    0xD47D59F8, 0x73F0, 0x481C, {0x8B, 0x5E, 0xF6, 0x38, 0x4C, 0x0A, 0x48, 0x04}};
+
+// The hash code of a Number value: its integer limbs from the most
+// significant down, h = h * 10^9 + limb in wrapping 32-bit arithmetic, the
+// limbs that normalisation dropped counting as zeros; negated for a negative
+// number.
+int32_t number_hash(const Numeric& number);
+
+// The primitive type singleton of `code`, or null.
+IType* primitive_type(TypeCode code) noexcept;
+
+// {6F1E3A92-5C4B-4D7E-8A09-B3C2D1E4F506}: the type of COM objects held as
+// values; the process keeps it for good.
+inline constexpr GUID kComObjectTypeClsid = {
+    0x6F1E3A92, 0x5C4B, 0x4D7E, {0x8A, 0x09, 0xB3, 0xC2, 0xD1, 0xE4, 0xF5, 0x06}};
+IUnknown* com_object_type_object();
+
+}  // namespace core::detail
+
+#endif  // CORE_SRC_VALUE_OBJECTS_H_

@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+
+#include "core/value.h"
+#include "rivet/heap.h"
+
+namespace core {
+namespace {
+
+template <class Body>
+uint64_t allocations_of(Body body) {
+  const uint64_t before = rivet_heap_stats().allocations;
+  body();
+  return rivet_heap_stats().allocations - before;
+}
+
+TEST(ValueAllocations, SingletonsCopiesAndEqualsNeverAllocate) {
+  const Value number(12345.67);
+  const Value text(u"ten chars!");
+  EXPECT_EQ(allocations_of([] {
+              Value undefined;
+              Value flag(true);
+              Value null_value(create_null_value());
+              flag = undefined;
+            }),
+            0u);
+  EXPECT_EQ(allocations_of([&] {
+              Value copy = number;
+              Value other = text;
+              copy = other;
+            }),
+            0u);
+  EXPECT_EQ(allocations_of([&] {
+              EXPECT_TRUE(number.equals(Numeric(1234567) / Numeric(100)));
+              EXPECT_FALSE(number.equals(12345));
+              EXPECT_FALSE(number.equals(true));
+              EXPECT_TRUE(text.equals(u"ten chars!"));
+              EXPECT_EQ(number.hashCode(), 12345);
+            }),
+            0u);
+}
+
+TEST(ValueAllocations, ASmallNumberValueCostsOneAllocation) {
+  EXPECT_EQ(allocations_of([] { Value number(42); }), 1u);
+  EXPECT_EQ(allocations_of([] { Value number(12345.67); }), 1u);
+}
+
+}  // namespace
+}  // namespace core

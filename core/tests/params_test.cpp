@@ -1,0 +1,178 @@
+#include "core/params.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/exception_classes.h"
+#include "test_util.h"
+
+namespace core {
+namespace {
+
+using Pairs = std::vector<std::pair<String, String>>;
+
+// Decodes the escapes \uXXXX and \\ of the data file.
+String unescape(const std::string& line) {
+  std::string utf8;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == '\\') {
+      utf8 += '\\';
+      ++i;
+    } else if (line[i] == '\\' && i + 5 < line.size() + 0 && line[i + 1] == 'u') {
+      const char32_t code = static_cast<char32_t>(std::stoul(line.substr(i + 2, 4), nullptr, 16));
+      const std::u16string unit(1, static_cast<char16_t>(code));
+      utf8 += String(unit.c_str()).toUtf8();
+      i += 5;
+    } else if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == 't') {
+      utf8 += '\t';
+      ++i;
+    } else {
+      utf8 += line[i];
+    }
+  }
+  return String::fromUtf8(utf8);
+}
+
+std::pair<String, String> split_pair(const String& text) {
+  const std::size_t eq = text.find(u'=');
+  return {text.substr(0, eq), text.substr(eq + 1)};
+}
+
+struct Case {
+  int line = 0;
+  String text;
+  Pairs table;
+  Pairs iter;
+};
+
+std::vector<Case> load_cases() {
+  std::ifstream in(CORE_TEST_DATA_DIR "/params.txt");
+  EXPECT_TRUE(in.good());
+  std::vector<Case> cases;
+  std::string line;
+  for (int number = 1; std::getline(in, line); ++number) {
+    if (line.empty() || line[0] == '#') continue;
+    const std::size_t space = line.find(' ');
+    const std::string word = line.substr(0, space);
+    const std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
+    if (word == "text") {
+      cases.push_back({number, unescape(rest), {}, {}});
+    } else if (word == "table" && !cases.empty()) {
+      cases.back().table.push_back(split_pair(unescape(rest)));
+    } else if (word == "iter" && !cases.empty()) {
+      cases.back().iter.push_back(split_pair(unescape(rest)));
+    } else {
+      ADD_FAILURE() << "params.txt:" << number << ": bad line";
+    }
+  }
+  return cases;
+}
+
+Pairs read_table(const ParamsWString& params) {
+  std::vector<String> names;
+  params.names(names);
+  Pairs table;
+  for (const String& name : names) table.emplace_back(name, params.param(name));
+  return table;
+}
+
+Pairs read_iter(const char16_t* text) {
+  ParamsIterator it(text);
+  Pairs pairs;
+  while (it.next()) pairs.emplace_back(it.name(), it.value());
+  EXPECT_FALSE(it.next()) << "a failed next() must stay failed";
+  return pairs;
+}
+
+std::string show(const Pairs& pairs) {
+  std::string text;
+  for (const auto& [name, value] : pairs) text += "[" + name.toUtf8() + "=" + value.toUtf8() + "]";
+  return text;
+}
+
+TEST(Params, TableDrivenCases) {
+  const std::vector<Case> cases = load_cases();
+  ASSERT_GT(cases.size(), 30u);
+  for (const Case& c : cases) {
+    SCOPED_TRACE("params.txt:" + std::to_string(c.line) + " " + c.text.toUtf8());
+    const ParamsWString params(c.text);
+    EXPECT_EQ(show(read_table(params)), show(c.table));
+    EXPECT_EQ(params.paramsCount(), c.table.size());
+    EXPECT_EQ(params.paramsString(), c.text);
+    // The zero-terminated constructor reads the same.
+    EXPECT_EQ(show(read_table(ParamsWString(c.text.c_str()))), show(c.table));
+    EXPECT_EQ(show(read_iter(c.text.c_str())), show(c.iter));
+  }
+}
+
+TEST(Params, LookupIgnoresCaseAndLeavesOutputAloneWhenAbsent) {
+  const ParamsWString params(u"Name=1; ЧДЦ=2");
+  EXPECT_EQ(params.param(u"NAME"), u"1");
+  EXPECT_EQ(params.param(String(u"чдц")), u"2");
+  EXPECT_EQ(params.param(u"Other"), u"");
+  String value = u"kept";
+  EXPECT_FALSE(params.param(u"Other", value));
+  EXPECT_EQ(value, u"kept");
+  EXPECT_TRUE(params.param(String(u"name"), value));
+  EXPECT_EQ(value, u"1");
+  EXPECT_FALSE(params.param(static_cast<const char16_t*>(nullptr), value));
+
+  ParamsWString copy(u"X=1");
+  copy = params;
+  EXPECT_EQ(copy.param(u"name"), u"1");
+  EXPECT_EQ(copy.paramsString(), params.paramsString());
+  EXPECT_EQ(ParamsWString(static_cast<const char16_t*>(nullptr)).paramsCount(), 0u);
+  EXPECT_FALSE(ParamsIterator(nullptr).next());
+}
+
+TEST(Params, SurrogatePairsAreWholeCharacters) {
+  // U+1D400 MATHEMATICAL BOLD CAPITAL A is a letter; U+1F600 is not.
+  const ParamsWString letter(u"\U0001D400=1");
+  EXPECT_EQ(letter.param(u"\U0001D400"), u"1");
+  EXPECT_EQ(ParamsWString(u"\U0001F600=1").paramsCount(), 0u);
+  // A lone surrogate is neither a name character nor white space.
+  const char16_t lone[] = {u'A', u'=', 0xD800, u';', u'B', u'=', u'2', 0};
+  EXPECT_EQ(ParamsWString(lone).param(u"A"), String(u"\xD800"));
+}
+
+TEST(Params, WriterOutputReadsBackThroughBothReaders) {
+  const std::u16string_view alphabet = u"ab ;\"'=\t\u3000Я_1";
+  std::mt19937 random(7);
+  for (int round = 0; round < 500; ++round) {
+    ParamsWriter writer;
+    Pairs expected;
+    const int count = 1 + static_cast<int>(random() % 4);
+    for (int i = 0; i < count; ++i) {
+      String value;
+      const int length = static_cast<int>(random() % 6);
+      for (int k = 0; k < length; ++k) value.append(alphabet[random() % alphabet.size()]);
+      const String name = String::fromUtf8("p" + std::to_string(i));
+      writer.add(name, value);
+      expected.emplace_back(name, value);
+    }
+    SCOPED_TRACE(writer.str().toUtf8());
+    EXPECT_EQ(show(read_iter(writer.str().c_str())), show(expected));
+    EXPECT_EQ(show(read_table(ParamsWString(writer.str()))), show(expected));
+  }
+  EXPECT_EQ(quote_param_value(u"plain"), u"plain");
+  EXPECT_EQ(quote_param_value(u"a\"b"), u"\"a\"\"b\"");
+  EXPECT_EQ(quote_param_value(u""), u"\"\"");
+}
+
+TEST(Params, WriterRefusesWhatCannotBeReadBack) {
+  ParamsWriter writer;
+  writer.add(u"A", u"1");
+  EXPECT_THROW_IDS(writer.add(u"2x", u"1"), IllegalArgumentException, "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_THROW_IDS(writer.add(u"", u"1"), IllegalArgumentException, "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_THROW_IDS(writer.add(u"B", std::u16string_view(u"a\0b", 3)), IllegalArgumentException,
+                   "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_EQ(writer.str(), u"A=1");
+}
+
+}  // namespace
+}  // namespace core

@@ -1,0 +1,293 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#include "core/application_context.h"
+#include "core/exception_classes.h"
+#include "core/formats.h"
+#include "core/messages.h"
+#include "core/thread.h"
+#include "core/value.h"
+#include "core/value_impl.h"
+
+namespace core {
+namespace {
+
+// Runs `body` on a fresh thread with the locale `locale`.
+template <class Body>
+void in_locale(const char16_t* locale, Body body) {
+  std::thread([&] {
+    Thread::setLocale(Locale(locale));
+    body();
+  }).join();
+}
+
+class LevelContext : public UnknownImpl<IApplicationContext> {
+ public:
+  explicit LevelContext(int level) : level_(level) {}
+  int compatibilityLevel() override { return level_; }
+
+ private:
+  int level_;
+};
+
+// Registers a context of `level` for the scope.
+class ScopedLevel {
+ public:
+  explicit ScopedLevel(int level) { set_application_context(new LevelContext(level)); }
+  ~ScopedLevel() { set_application_context(nullptr); }
+};
+
+TEST(Value, DefaultAndNullAreUndefined) {
+  const Value empty;
+  EXPECT_TRUE(is_undefined_value(empty));
+  EXPECT_EQ(empty.getIValue(), create_undefined_value());
+  EXPECT_TRUE(is_undefined_value(Value(static_cast<IValue*>(nullptr))));
+  EXPECT_TRUE(is_null_or_undefined_value(Value(create_null_value())));
+  EXPECT_TRUE(is_null_or_undefined_value(empty));
+  EXPECT_FALSE(is_null_or_undefined_value(Value(false)));
+  EXPECT_FALSE(is_null_or_undefined_value(Value(0)));
+  EXPECT_FALSE(is_null_or_undefined_value(Value(u"")));
+  EXPECT_NE(&Value::undefined(), &proceed_call_unspecified_value());
+  EXPECT_TRUE(is_undefined_value(proceed_call_unspecified_value()));
+}
+
+TEST(Value, EqualsComparesByKindOnly) {
+  EXPECT_TRUE(Value(1).equals(1));
+  Numeric thousandths;
+  thousandths.fromString("1.000");
+  EXPECT_TRUE(Value(thousandths).equals(1));
+  EXPECT_TRUE(Value(12.75).equals(Numeric(1275) / Numeric(100)));
+  EXPECT_FALSE(Value(u"1").equals(1));
+  EXPECT_FALSE(Value(true).equals(1));
+  EXPECT_TRUE(Value(true).equals(true));
+  EXPECT_FALSE(Value(1).equals(true));
+  EXPECT_TRUE(Value(u"text").equals(u"text"));
+  EXPECT_FALSE(Value(u"text").equals(u"Text"));
+  EXPECT_TRUE(Value(Date(2020, 2, 29)).equals(Date(2020, 2, 29)));
+  EXPECT_FALSE(Value(Date(2020, 2, 29)).equals(Date(2020, 2, 29, 0, 0, 1)));
+  EXPECT_FALSE(Value(1.0).equals(std::numeric_limits<double>::quiet_NaN()));
+  // Between holders the held value decides.
+  EXPECT_TRUE(Value(7).equals(Value(7.0)));
+  EXPECT_FALSE(Value(7).equals(Value(u"7")));
+  EXPECT_TRUE(Value().equals(Value()));
+  EXPECT_FALSE(Value().equals(Value(create_null_value())));
+}
+
+TEST(Value, HashCodes) {
+  EXPECT_EQ(Value().hashCode(), 2147483647);
+  EXPECT_EQ(Value(create_null_value()).hashCode(), 2147483646);
+  EXPECT_EQ(Value(false).hashCode(), 2147483644);
+  EXPECT_EQ(Value(true).hashCode(), 2147483645);
+  EXPECT_EQ(Value(12.75).hashCode(), 12);
+  EXPECT_EQ(Value(-3).hashCode(), -3);
+  EXPECT_EQ(Value(0.5).hashCode(), 0);
+  // A billion is stored as one limb with the zero limb below it dropped.
+  EXPECT_EQ(Value(1000000000).hashCode(), 1000000000);
+  const uint32_t expected = static_cast<uint32_t>(1000000000ull * 1000000000ull);
+  EXPECT_EQ(Value(1000000000000000000ll).hashCode(), static_cast<int32_t>(expected));
+  EXPECT_EQ(Value(u"same").hashCode(), Value(String(u"same")).hashCode());
+  EXPECT_NE(Value(Date(2020, 1, 1)).hashCode(), Value(Date(2020, 1, 2)).hashCode());
+}
+
+TEST(Value, StringToBooleanTakesTheFourWordsWithSpaceAround) {
+  in_locale(u"ru_RU", [] {
+    bool result = true;
+    EXPECT_TRUE(Value(u" истина ").getBoolean(result));
+    EXPECT_TRUE(result);
+    EXPECT_TRUE(Value(u"\tFALSE\n").getBoolean(result));
+    EXPECT_FALSE(result);
+    EXPECT_TRUE(Value(u"да").getBoolean(result));  // the thread's own texts come first
+    EXPECT_TRUE(result);
+    result = true;
+    EXPECT_FALSE(Value(u"истина да").getBoolean(result));
+    EXPECT_FALSE(result);
+    result = true;
+    EXPECT_FALSE(Value(u"yes").getBoolean(result));
+    EXPECT_FALSE(result);
+  });
+}
+
+TEST(Value, ConversionsOfThePrimitiveKinds) {
+  in_locale(u"en_US", [] {
+    Numeric number;
+    EXPECT_TRUE(Value(true).getNumeric(number));
+    EXPECT_EQ(number, Numeric(1));
+    bool flag = false;
+    EXPECT_TRUE(Value(0.5).getBoolean(flag));
+    EXPECT_TRUE(flag);
+    EXPECT_TRUE(Value(0).getBoolean(flag));
+    EXPECT_FALSE(flag);
+    EXPECT_TRUE(Value(u" 12.5 ").getNumeric(number));
+    EXPECT_EQ(number, Numeric(125) / Numeric(10));
+    EXPECT_FALSE(Value(u"12.5x").getNumeric(number));
+    Date date;
+    EXPECT_TRUE(Value(u"20200229").getDate(date));
+    EXPECT_EQ(date, Date(2020, 2, 29));
+    EXPECT_FALSE(Value(12).getDate(date));
+    EXPECT_EQ(to_string(Value(u"text")), String(u"text"));
+    EXPECT_EQ(to_string(Value()), String());
+    EXPECT_EQ(to_string(Value(12345.5)),
+              Thread::getNumericFormat().format(Numeric(123455) / Numeric(10)));
+    const DateFormat& dates = Thread::getDateFormat();
+    EXPECT_EQ(to_string(Value(Date(2020, 2, 29, 13, 5, 0))),
+              dates.format(Date(2020, 2, 29, 13, 5, 0), dates.getPattern(4)));
+    EXPECT_EQ(to_string(Value(true)), Thread::getBoolFormat().format(true));
+  });
+}
+
+TEST(Value, BooleanTextsFollowTheCompatibilityLevel) {
+  in_locale(u"en_US", [] {
+    const String current = to_string(Value(true));
+    {
+      ScopedLevel old_release(1);
+      EXPECT_EQ(to_string(Value(true)), String(u"True"));
+      EXPECT_EQ(to_string(Value(false)), String(u"False"));
+    }
+    EXPECT_EQ(to_string(Value(true)), current);
+  });
+}
+
+TEST(Value, AssignmentAcquiresBeforeReleasing) {
+  InterfacePtr<IValue> number = create_numeric_value(5);
+  EXPECT_EQ(number->acquire(), 2);  // created with a count of 1
+  number->release();
+  Value held(number.get());
+  Value& alias = held;
+  held = alias;
+  held.setIValue(held.getIValue());
+  EXPECT_TRUE(held.equals(5));
+  EXPECT_EQ(number->acquire(), 3);
+  number->release();
+
+  IValue* detached = held.detachIValue();
+  EXPECT_TRUE(is_undefined_value(held));
+  EXPECT_EQ(detached, number.get());
+  detached->release();
+
+  Value moved(std::move(held));
+  EXPECT_TRUE(is_undefined_value(held));  // NOLINT(bugprone-use-after-move)
+}
+
+TEST(WeakValue, OwnsOnlyAfterItsFirstAssignment) {
+  InterfacePtr<IValue> first = create_string_value(u"first");
+  {
+    WeakValue weak(first.get());
+    EXPECT_FALSE(weak.ownsValue());
+    EXPECT_EQ(first->acquire(), 2);  // no reference taken
+    first->release();
+    weak.assign(u"second");
+    EXPECT_TRUE(weak.ownsValue());
+    EXPECT_TRUE(weak.equals(u"second"));
+  }
+  EXPECT_EQ(first->acquire(), 2);  // still only ours
+  first->release();
+}
+
+TEST(Value, SingletonsSurviveAnyCounting) {
+  IValue* undefined = create_undefined_value();
+  for (int i = 0; i < 3; ++i) undefined->release();
+  EXPECT_EQ(create_undefined_value(), undefined);
+  EXPECT_TRUE(is_undefined_value(Value(undefined)));
+  EXPECT_EQ(create_boolean_value(true), Value(true).getIValue());
+  EXPECT_NE(create_boolean_value(true), create_boolean_value(false));
+}
+
+class Gadget : public UnknownImpl<IApplicationContext> {
+ public:
+  int compatibilityLevel() override { return 0; }
+};
+
+TEST(Value, ObjectsThatAreNotValuesAreWrappedAsComObjects) {
+  InterfacePtr<IApplicationContext> gadget(new Gadget);
+  const Value wrapped(static_cast<IUnknown*>(gadget.get()));
+  EXPECT_EQ(wrapped.type().getTypeCode(), TypeCode::Object);
+  EXPECT_TRUE(wrapped.type().isCOMType());
+  EXPECT_TRUE(wrapped.equals(Value(static_cast<IUnknown*>(gadget.get()))));
+  // A value handed over as IUnknown is held as itself.
+  InterfacePtr<IValue> number = create_numeric_value(3);
+  EXPECT_EQ(Value(static_cast<IUnknown*>(number.get())).getIValue(), number.get());
+  EXPECT_TRUE(is_undefined_value(Value(static_cast<IUnknown*>(nullptr))));
+}
+
+TEST(Type, PrimitiveTypesByCodeGuidAndName) {
+  for (TypeCode code : {TypeCode::Undefined, TypeCode::Null, TypeCode::Boolean, TypeCode::Number,
+                        TypeCode::String, TypeCode::Date, TypeCode::Type}) {
+    IType* type = Type::create_type(code);
+    ASSERT_NE(type, nullptr);
+    EXPECT_EQ(type->getTypeCode(), code);
+    EXPECT_EQ(Type(type->getCLSID()).getIType(), type);
+    EXPECT_EQ(Type(type->getName(0)).getIType(), type);
+    EXPECT_EQ(Type(type->getName(1)).getIType(), type);
+    EXPECT_EQ(type->getName(2), nullptr);
+    EXPECT_FALSE(type->getPresentation().empty());
+  }
+  EXPECT_EQ(Type::create_type(static_cast<TypeCode>(6)), nullptr);
+  EXPECT_EQ(Type(u"число").getTypeCode(), TypeCode::Number);
+  EXPECT_EQ(String(Type::create_type(TypeCode::Null)->getName(1)), String(u"Null"));
+  EXPECT_EQ(Value(12).type(), Type(TypeCode::Number));
+}
+
+TEST(Type, UnknownNamesAndGuidsThrowTypeException) {
+  try {
+    Type type(u"NoSuchType");
+    ADD_FAILURE();
+  } catch (const TypeException& e) {
+    EXPECT_EQ(e.descr(),
+              format_message(load_core_wstring("IDS_TYPEERROR_TYPENOTDEFINED"), {u"NoSuchType"}));
+  }
+  const GUID unknown = GUID::parse(u"01234567-89ab-cdef-0123-456789abcdef");
+  EXPECT_THROW(Type{unknown}, TypeException);
+  EXPECT_THROW(Type(static_cast<TypeCode>(42)), TypeException);
+}
+
+TEST(Type, TypeValuesPresentTheirTypeOrReportTheUnknownGuid) {
+  in_locale(u"ru_RU", [] {
+    const Value number_type(create_type_value(Type(TypeCode::Number).getCLSID()).get());
+    EXPECT_EQ(to_string(number_type), String(u"Число"));
+    EXPECT_TRUE(
+        number_type.equals(Value(Type(TypeCode::Number).getITypeValue().query<IValue>().get())));
+
+    const GUID unknown = GUID::parse(u"01234567-89ab-cdef-0123-456789abcdef");
+    const Value orphan(create_type_value(unknown).get());
+    EXPECT_EQ(to_string(orphan), format_message(load_core_wstring("IDS_TYPEERROR_TYPENOTDEFINED"),
+                                                {unknown.toString()}));
+    {
+      ScopedLevel before(80310);
+      String text;
+      EXPECT_THROW(orphan.getString(text), TypeException);
+    }
+    ScopedLevel from(80311);
+    EXPECT_FALSE(to_string(orphan).empty());
+  });
+}
+
+TEST(Value, SharedValuesAcrossThreadsAndLanguages) {
+  const Value shared_number(1234.5);
+  const Value shared_type(create_type_value(Type(TypeCode::String).getCLSID()).get());
+  std::atomic<int> mismatches{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      Thread::setLocale(Locale(t % 2 == 0 ? u"en_US" : u"ru_RU"));
+      Thread::setLanguage(t % 2);
+      const String expected_number = to_string(shared_number);
+      const String expected_type = to_string(shared_type);
+      for (int i = 0; i < 2000; ++i) {
+        Value copy = shared_number;
+        if (to_string(copy) != expected_number || to_string(shared_type) != expected_type) {
+          ++mismatches;
+        }
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(mismatches.load(), 0);
+  EXPECT_EQ(shared_number.getIValue()->acquire(), 2);
+  shared_number.getIValue()->release();
+}
+
+}  // namespace
+}  // namespace core
