@@ -2,8 +2,11 @@
 // text under a parameter string (core/params.h) of format keys.
 //
 //   core::format(core::Numeric(1234.5), u"ND=10; NFD=2");         // u"1,234.50"
-//   core::format(core::Date(2024, 3, 1, 9, 5, 0), u"DF=dd.MM.yyyy HH:mm");
+//   core::format(core::Date(2024, 3, 1, 9, 5, 0), u"DF='dd.MM.yyyy HH:mm'");
 //                                                                  // u"01.03.2024 09:05"
+//
+// A value with white space or ";" must be quoted, as in any parameter
+// string: unquoted, "DF=dd.MM.yyyy HH:mm" ends at the space.
 //   core::format(true, u"BT=On; BF=Off");                          // u"On"
 //
 // Format keys (each also in its Russian spelling, looked up first):
