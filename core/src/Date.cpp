@@ -478,19 +478,25 @@ Date Date::endOfYear() const noexcept {
   return Date(getYear(), 12, 31, 23, 59, 59);
 }
 
-String Date::toString() const {
-  int year, month, day, hour, minute, second;
-  split(year, month, day, hour, minute, second);
-  char16_t text[14];
+namespace {
+
+// The six parts with leading zeros (year 4 digits, the others 2), with
+// separators[i] after part i when `separators` is given (five units).
+String text_of_parts(const Date& date, const char16_t* separators) {
+  int parts[6];
+  date.split(parts[0], parts[1], parts[2], parts[3], parts[4], parts[5]);
+  char16_t text[19];
   char16_t* out = text;
-  put_digits(out, year, 4);
-  put_digits(out, month, 2);
-  put_digits(out, day, 2);
-  put_digits(out, hour, 2);
-  put_digits(out, minute, 2);
-  put_digits(out, second, 2);
-  return String(text, 14);
+  for (int i = 0; i < 6; ++i) {
+    put_digits(out, parts[i], i == 0 ? 4 : 2);
+    if (separators != nullptr && i < 5) *out++ = separators[i];
+  }
+  return String(text, static_cast<size_t>(out - text));
 }
+
+}  // namespace
+
+String Date::toString() const { return text_of_parts(*this, nullptr); }
 
 bool Date::fromString(const char16_t* text, const char16_t** end) noexcept {
   return read_digit_form(text, end, *this);
@@ -500,24 +506,7 @@ bool Date::fromString(const char* text, const char** end) noexcept {
   return read_digit_form(text, end, *this);
 }
 
-String Date::toXMLString() const {
-  int year, month, day, hour, minute, second;
-  split(year, month, day, hour, minute, second);
-  char16_t text[19];
-  char16_t* out = text;
-  put_digits(out, year, 4);
-  *out++ = u'-';
-  put_digits(out, month, 2);
-  *out++ = u'-';
-  put_digits(out, day, 2);
-  *out++ = u'T';
-  put_digits(out, hour, 2);
-  *out++ = u':';
-  put_digits(out, minute, 2);
-  *out++ = u':';
-  put_digits(out, second, 2);
-  return String(text, 19);
-}
+String Date::toXMLString() const { return text_of_parts(*this, u"--T::"); }
 
 bool Date::fromXMLString(std::u16string_view text) noexcept {
   std::uint64_t ticks = 0;

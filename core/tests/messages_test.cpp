@@ -9,6 +9,7 @@
 #include "core/resource_bundle.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "test_util.h"
 
 namespace core {
 namespace {
@@ -43,14 +44,7 @@ std::string placeholders(std::u16string_view text) {
   return kinds;
 }
 
-// Runs `body` on a fresh thread whose locale is `locale`.
-template <class Body>
-void in_locale(const char16_t* locale, Body body) {
-  std::thread([&] {
-    Thread::setLocale(Locale(locale));
-    body();
-  }).join();
-}
+using testing::in_locale;
 
 TEST(Messages, EveryPromisedIdentifierHasTextInEveryLanguage) {
   const std::vector<std::string> ids = promised_identifiers();

@@ -6,10 +6,12 @@
 
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "core/exception.h"
 #include "core/messages.h"
 #include "core/string.h"
+#include "core/thread.h"
 
 namespace core::testing {
 
@@ -32,6 +34,16 @@ inline ::testing::AssertionResult IsExceptionWithText(const Exception& e, const 
            << " \"" << text.toUtf8() << "\"";
   }
   return ::testing::AssertionSuccess();
+}
+
+// Runs `body` on a fresh thread whose locale is `locale`, so that a test's
+// settings never leak into the next one.
+template <class Body>
+void in_locale(const char16_t* locale, Body body) {
+  std::thread([&] {
+    Thread::setLocale(Locale(locale));
+    body();
+  }).join();
 }
 
 }  // namespace core::testing

@@ -11,18 +11,12 @@
 #include "core/thread.h"
 #include "core/value.h"
 #include "core/value_impl.h"
+#include "test_util.h"
 
 namespace core {
 namespace {
 
-// Runs `body` on a fresh thread with the locale `locale`.
-template <class Body>
-void in_locale(const char16_t* locale, Body body) {
-  std::thread([&] {
-    Thread::setLocale(Locale(locale));
-    body();
-  }).join();
-}
+using testing::in_locale;
 
 class LevelContext : public UnknownImpl<IApplicationContext> {
  public:

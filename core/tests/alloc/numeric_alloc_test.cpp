@@ -2,19 +2,13 @@
 
 #include <string>
 
+#include "alloc/allocations.h"
 #include "core/numeric.h"
-#include "rivet/heap.h"
 
 namespace core {
 namespace {
 
-// The number of heap allocations `body` makes, new and rivet_malloc alike.
-template <class Body>
-uint64_t allocations_of(Body body) {
-  const uint64_t before = rivet_heap_stats().allocations;
-  body();
-  return rivet_heap_stats().allocations - before;
-}
+using testing::allocations_of;
 
 Numeric read(const char* text) {
   Numeric n;

@@ -1,18 +1,12 @@
 #include <gtest/gtest.h>
 
+#include "alloc/allocations.h"
 #include "core/string.h"
-#include "rivet/heap.h"
 
 namespace core {
 namespace {
 
-// The number of heap allocations `body` makes, new and rivet_malloc alike.
-template <class Body>
-uint64_t allocations_of(Body body) {
-  const uint64_t before = rivet_heap_stats().allocations;
-  body();
-  return rivet_heap_stats().allocations - before;
-}
+using testing::allocations_of;
 
 TEST(StringAllocations, ShortTextsAndCopiesOfLongOnesNeverAllocate) {
   const String long_text(u"a text well beyond the inline room of a string");

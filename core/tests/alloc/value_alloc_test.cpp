@@ -1,17 +1,12 @@
 #include <gtest/gtest.h>
 
+#include "alloc/allocations.h"
 #include "core/value.h"
-#include "rivet/heap.h"
 
 namespace core {
 namespace {
 
-template <class Body>
-uint64_t allocations_of(Body body) {
-  const uint64_t before = rivet_heap_stats().allocations;
-  body();
-  return rivet_heap_stats().allocations - before;
-}
+using testing::allocations_of;
 
 TEST(ValueAllocations, SingletonsCopiesAndEqualsNeverAllocate) {
   const Value number(12345.67);
