@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <mutex>
 
+#include "core/binary_data.h"
 #include "core/init.h"
 #include "core/scom.h"
 #include "core/thread.h"
@@ -78,6 +79,7 @@ const SCOM_ClassMapEntry kCoreClasses[] = {
     {kDateTypeClsid, &primitive_type_object<TypeCode::Date>, nullptr},
     {kTypeTypeClsid, &primitive_type_object<TypeCode::Type>, nullptr},
     {kComObjectTypeClsid, &com_object_type_object, nullptr},
+    {kBinaryDataTypeClsid, &binary_data_type_object, nullptr},
 };
 
 // The library's own component module: its messages are the bundle "basalt".

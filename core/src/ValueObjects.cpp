@@ -473,7 +473,11 @@ IType* primitive_type(TypeCode code) noexcept {
   }
 }
 
-IUnknown* com_object_type_object() { return &com_object_type(); }
+IUnknown* com_object_type_object() {
+  ComObjectType& type = com_object_type();
+  type.acquire();  // the class map's reference, released when the module stops
+  return &type;
+}
 
 }  // namespace detail
 

@@ -35,7 +35,8 @@ int32_t number_hash(const Numeric& number);
 IType* primitive_type(TypeCode code) noexcept;
 
 // {6F1E3A92-5C4B-4D7E-8A09-B3C2D1E4F506}: the type of COM objects held as
-// values; the process keeps it for good.
+// values; the process keeps it for good. Its class object function gives a
+// new reference.
 inline constexpr GUID kComObjectTypeClsid = {
     0x6F1E3A92, 0x5C4B, 0x4D7E, {0x8A, 0x09, 0xB3, 0xC2, 0xD1, 0xE4, 0xF5, 0x06}};
 IUnknown* com_object_type_object();

@@ -3,6 +3,7 @@
 #define CORE_CORE_H_
 
 #include "core/application_context.h"
+#include "core/binary_data.h"
 #include "core/converter.h"
 #include "core/date.h"
 #include "core/exception.h"
@@ -30,6 +31,8 @@
 #include "core/thread.h"
 #include "core/time_zone.h"
 #include "core/type.h"
+#include "core/type_domain.h"
+#include "core/typed_value.h"
 #include "core/url.h"
 #include "core/value.h"
 #include "core/value_impl.h"
