@@ -27,6 +27,7 @@ extern const Command kConvertCommand;
 extern const Command kDateCommand;
 extern const Command kDetectCommand;
 extern const Command kFormatCommand;
+extern const Command kListCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
 extern const Command kValueCommand;

@@ -8,9 +8,9 @@
 namespace coretool {
 namespace {
 
-const Command* const kCommands[] = {&kCalcCommand,    &kConvertCommand, &kDateCommand,
-                                    &kDetectCommand,  &kFormatCommand,  &kLocaleCommand,
-                                    &kMessageCommand, &kValueCommand,   &kZonesCommand};
+const Command* const kCommands[] = {
+    &kCalcCommand, &kConvertCommand, &kDateCommand,    &kDetectCommand, &kFormatCommand,
+    &kListCommand, &kLocaleCommand,  &kMessageCommand, &kValueCommand,  &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

@@ -42,6 +42,8 @@ namespace core {
 
 class Exception;
 class ExceptionsCount;
+class IInPersistenceStorage;
+class IOutPersistenceStorage;
 
 namespace platform {
 class StackTrace;
@@ -160,6 +162,18 @@ class CORE_EXPORT Exception {
   // the clsid, and so the class, is kept; a subclass's extra data is not).
   // Throws std::bad_alloc only.
   InterfacePtr<IExceptionObject> object() const;
+
+  // Writes the exception as one list: clsid, descr, the cause (the same form,
+  // or a list holding only the zero GUID when there is none), the stack
+  // trace (the carried one, else the creation trace), the categories as 18
+  // characters "0"/"1" (highest first) and uiHelperUUID. Only the Exception
+  // part is written: a subclass's own data is not.
+  void serialize(IOutPersistenceStorage* storage) const;
+  // Replaces this exception by one read from that form; the class
+  // identifier read becomes clsid(), the trace read the carried stackTrace().
+  // Malformed data (causes nested deeper than 64 included) throws
+  // ListStreamException ("IDS_LISTSTREAMERROR").
+  void deserialize(IInPersistenceStorage* storage);
 
  protected:
   // For subclasses: every subclass constructor ends in one of these with its

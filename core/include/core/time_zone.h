@@ -48,6 +48,10 @@
 
 namespace core {
 
+class ListInStream;
+class ListOutStream;
+
+
 namespace detail {
 class TimeZoneData;
 }  // namespace detail
@@ -68,6 +72,9 @@ class CORE_EXPORT TimeZone {
 
   // The identifier the zone was built from, as given.
   const String& id() const noexcept;
+  // The zone as the brace list {"<id>"}, and back (core/persistence.h).
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
   // The zone's long standard-time name in `locale`'s language
   // ("Central European Standard Time" for Europe/Berlin in English).
   String displayName(const Locale& locale) const;

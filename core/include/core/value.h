@@ -28,6 +28,9 @@
 
 namespace core {
 
+class IInPersistenceStorage;
+class IOutPersistenceStorage;
+
 class CORE_EXPORT GenericValue {
  public:
   virtual ~GenericValue() = default;
@@ -94,6 +97,15 @@ class CORE_EXPORT GenericValue {
   bool getDate(Date& out) const { return getIValue()->getDate(out); }
   Type type() const { return type0(); }
   int32_t hashCode() const { return hashCode0(); }
+
+  // Writes and reads the held value's brace-list form (core/persistence.h).
+  // Writing an object value throws UnsupportedOperationException; reading
+  // malformed data throws ListStreamException ("IDS_LISTSTREAMERROR").
+  void serialize(IOutPersistenceStorage* storage) const;
+  static void deserialize(IInPersistenceStorage* storage, GenericValue& value);
+  // The same form as text (not the presentation: see getString), and back.
+  void toString(String& out) const;
+  static void fromString(const String& text, GenericValue& value);
 
  protected:
   GenericValue() = default;

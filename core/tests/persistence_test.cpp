@@ -1,0 +1,218 @@
+#include "core/persistence.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "core/binary_data.h"
+#include "core/exception.h"
+#include "core/io.h"
+#include "core/value.h"
+#include "test_util.h"
+
+namespace core {
+namespace {
+
+// Writes with `write` through the text and the binary encodings, reads each
+// back with `read`; returns the text.
+std::string both_ways(const std::function<void(IOutPersistenceStorage*)>& write,
+                      const std::function<void(IInPersistenceStorage*)>& read) {
+  InterfacePtr<StringWriter> text(new StringWriter);
+  InterfacePtr<ListOutPersistenceStorage> out(
+      new ListOutPersistenceStorage(ListOutStream(text.get())));
+  write(out.get());
+  out->writer().close();
+  InterfacePtr<IReader> reader(new StringReader(text->str()));
+  InterfacePtr<ListInPersistenceStorage> in(
+      new ListInPersistenceStorage(ListInStream(reader.get())));
+  read(in.get());
+  EXPECT_EQ(in->reader().peek(), ListToken::End);
+
+  InterfacePtr<MemoryFile> file(new MemoryFile);
+  InterfacePtr<ListOutPersistenceStorage> binaryOut(
+      new ListOutPersistenceStorage(ListOutStream(file.get())));
+  write(binaryOut.get());
+  binaryOut->writer().close();
+  file->seek(0);
+  InterfacePtr<ListInPersistenceStorage> binaryIn(
+      new ListInPersistenceStorage(ListInStream(file.get())));
+  read(binaryIn.get());
+  EXPECT_EQ(binaryIn->reader().peek(), ListToken::End);
+  return text->str().toUtf8();
+}
+
+TEST(Persistence, EveryValueKindReadsBackEqual) {
+  struct Case {
+    Value value;
+    const char* text;
+  };
+  Value type;
+  type.assign(create_type_value(Type(TypeCode::Number).getCLSID()).get());
+  const Case kCases[] = {
+      {Value(), "{0}"},
+      {Value(create_null_value()), "{1}"},
+      {Value(true), "{2,1}"},
+      {Value(false), "{2,0}"},
+      {Value(Numeric(-12345) / Numeric(1000)), "{3,-12.345}"},
+      {Value(String(u"a\"\n\U0001F600")), "{4,\"a\"\"\n\"\\d83d\"\\de00\"}"},
+      {Value(Date(2024, 2, 29, 23, 59, 58)), "{5,638448479980000}"},
+      {Value(Date()), "{5,0}"},
+  };
+  for (const Case& c : kCases) {
+    Value read;
+    const std::string text = both_ways([&](IOutPersistenceStorage* s) { c.value.serialize(s); },
+                                       [&](IInPersistenceStorage* s) {
+                                         GenericValue::deserialize(s, read);
+                                         EXPECT_TRUE(read.equals(c.value)) << c.text;
+                                       });
+    EXPECT_EQ(text, c.text);
+  }
+  const std::uint8_t raw[] = {0xFB, 0xFF, 0x00};
+  const Value blob(create_binary_data_value(std::span<const std::uint8_t>(raw)).get());
+  Value readBlob;
+  EXPECT_EQ(both_ways([&](IOutPersistenceStorage* s) { blob.serialize(s); },
+                      [&](IInPersistenceStorage* s) { GenericValue::deserialize(s, readBlob); }),
+            "{100,87126200-3e98-44e0-b931-ccb1d7edc497,+/8A}");
+  EXPECT_TRUE(readBlob.equals(blob));
+  Value readType;
+  both_ways([&](IOutPersistenceStorage* s) { type.serialize(s); },
+            [&](IInPersistenceStorage* s) { GenericValue::deserialize(s, readType); });
+  EXPECT_EQ(readType.type().getTypeCode(), TypeCode::Type);
+  EXPECT_TRUE(readType.equals(type));
+}
+
+TEST(Persistence, ValueToStringAndBack) {
+  Value value(String(u"Привет, \"мир\""));
+  String text;
+  value.toString(text);
+  EXPECT_EQ(text.toUtf8(), "{4,\"Привет, \"\"мир\"\"\"}");
+  Value read;
+  GenericValue::fromString(text, read);
+  EXPECT_TRUE(read.equals(value));
+  EXPECT_THROW_IDS(GenericValue::fromString(String(u"{4,\"x\"} {"), read), ListStreamException,
+                   "IDS_LISTSTREAMERROR");
+}
+
+TEST(Persistence, MalformedValuesAreListStreamErrors) {
+  for (const char16_t* text : {u"{6}", u"{2,2}", u"{5,3155378976000000}", u"{3,abc}", u"{4}", u"{}",
+                               u"{0,1}", u"{1000,xyz}", u"{-1}"}) {
+    SCOPED_TRACE(String(text).toUtf8());
+    Value read;
+    EXPECT_THROW_IDS(GenericValue::fromString(String(text), read), ListStreamException,
+                     "IDS_LISTSTREAMERROR");
+  }
+}
+
+TEST(Persistence, ObjectValuesHaveNoForm) {
+  InterfacePtr<MemoryFile> file(new MemoryFile);  // any IUnknown that is not a value
+  Value object;
+  object.assign(static_cast<IUnknown*>(file.get()));
+  String text;
+  EXPECT_THROW_IDS(object.toString(text), UnsupportedOperationException,
+                   "IDS_ERR_UNSUPPORTED_OPERATION");
+}
+
+TEST(Persistence, NumericDateGuidAndZoneForms) {
+  Numeric number;
+  number.fromString("-0.000000001");
+  const Date date(1999, 12, 31, 23, 59, 59);
+  const GUID guid = GUID::parse(u"0ff0ac06-3ccb-4d9b-8a8b-6d1564e7b446");
+  const TimeZone zone(u"Europe/Berlin");
+  Numeric readNumber;
+  Date readDate;
+  GUID readGuid{};
+  TimeZone readZone(u"UTC");
+  const std::string text = both_ways(
+      [&](IOutPersistenceStorage* s) {
+        to_stream(s->writer(), number);
+        to_stream(s->writer(), date);
+        to_stream(s->writer(), guid);
+        zone.serialize(s->writer());
+      },
+      [&](IInPersistenceStorage* s) {
+        from_stream(s->reader(), readNumber);
+        from_stream(s->reader(), readDate);
+        from_stream(s->reader(), readGuid);
+        readZone.deserialize(s->reader());
+      });
+  EXPECT_EQ(text,
+            "{-0.000000001},\n{630822815990000},\n{0ff0ac06-3ccb-4d9b-8a8b-6d1564e7b446},\n"
+            "{\"Europe/Berlin\"}");
+  EXPECT_EQ(readNumber, number);
+  EXPECT_EQ(readDate, date);
+  EXPECT_EQ(readGuid, guid);
+  EXPECT_EQ(readZone.id(), zone.id());
+}
+
+TEST(Persistence, UnknownZoneIsAListStreamErrorWithItsCause) {
+  InterfacePtr<IReader> reader(new StringReader(String(u"{\"No/Such_Zone\"}")));
+  ListInStream in(reader.get());
+  TimeZone zone(u"UTC");
+  try {
+    zone.deserialize(in);
+    ADD_FAILURE() << "no exception";
+  } catch (const ListStreamException& e) {
+    ASSERT_TRUE(e.inner());
+    EXPECT_EQ(e.inner()->exception().clsid(), TimeZoneException::kClsid);
+  }
+  EXPECT_EQ(zone.id(), u"UTC");
+}
+
+TEST(Persistence, ExceptionWithCauseRoundTrips) {
+  const Exception cause(u"inner text");
+  Exception::Categories categories;
+  categories.set(1);
+  categories.set(17);
+  const NumericException outer_placeholder(NumericException::Code::Overflow);
+  const Exception outer(u"outer", cause.object().get(),
+                        GUID::parse(u"{00000001-0002-0003-0405-060708090a0b}"), categories,
+                        String(u"remote trace"));
+  Exception read(u"");
+  const std::string text = both_ways([&](IOutPersistenceStorage* s) { outer.serialize(s); },
+                                     [&](IInPersistenceStorage* s) { read.deserialize(s); });
+  EXPECT_EQ(read.clsid(), Exception::kClsid);
+  EXPECT_EQ(read.descr(), u"outer");
+  EXPECT_EQ(read.stackTrace(), u"remote trace");
+  EXPECT_EQ(read.categories(), categories);
+  EXPECT_EQ(read.uiHelperUUID(), outer.uiHelperUUID());
+  ASSERT_TRUE(read.inner());
+  EXPECT_EQ(read.inner()->exception().descr(), u"inner text");
+  EXPECT_FALSE(read.inner()->exception().inner());
+  EXPECT_NE(text.find("\"100000000000000010\""), std::string::npos) << text;
+  EXPECT_NE(text.find("{00000000-0000-0000-0000-000000000000}"), std::string::npos) << text;
+
+  // The class identifier survives for subclasses.
+  Exception subclass(u"");
+  both_ways([&](IOutPersistenceStorage* s) { outer_placeholder.serialize(s); },
+            [&](IInPersistenceStorage* s) { subclass.deserialize(s); });
+  EXPECT_EQ(subclass.clsid(), NumericException::kClsid);
+  EXPECT_EQ(subclass.descr(), outer_placeholder.descr());
+}
+
+TEST(Persistence, MalformedExceptionsAreListStreamErrors) {
+  const std::u16string zero = u"00000000-0000-0000-0000-000000000000";
+  const std::u16string bad[] = {
+      u"{" + zero + u",\"d\",{" + zero + u"},\"\",\"0\"," + zero + u"}",  // short bits
+      u"{" + zero + u",\"d\",{" + zero + u"},\"\",\"00000000000000000x\"," + zero + u"}",
+      u"{" + zero + u",\"d\",{" + zero + u"},\"\",\"000000000000000000\"}",  // no uuid
+  };
+  for (const std::u16string& text : bad) {
+    InterfacePtr<IReader> reader(new StringReader(String(text)));
+    InterfacePtr<ListInPersistenceStorage> in(
+        new ListInPersistenceStorage(ListInStream(reader.get())));
+    Exception read(u"");
+    EXPECT_THROW_IDS(read.deserialize(in.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+  }
+  // Causes nested beyond the limit.
+  std::u16string deep;
+  const std::u16string one = u"0ff0ac06-3ccb-4d9b-8a8b-6d1564e7b446";
+  for (int i = 0; i < 100; ++i) deep += u"{" + one + u",\"d\",";
+  InterfacePtr<IReader> reader(new StringReader(String(deep)));
+  InterfacePtr<ListInPersistenceStorage> in(
+      new ListInPersistenceStorage(ListInStream(reader.get())));
+  Exception read(u"");
+  EXPECT_THROW_IDS(read.deserialize(in.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+}
+
+}  // namespace
+}  // namespace core
