@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "core/binary_data.h"
+#include "core/list_stream.h"
 #include "core/refcountable.h"
 #include "core/type_domain.h"
 #include "core/typed_value.h"
@@ -492,6 +493,133 @@ void TypedValue::setDefaultValue() {
   // A type whose default value is of another type (an object type may
   // give Undefined) leaves that value as it is rather than asking again.
   put(value.get(), false);
+}
+
+// ---------------------------------------------------------------------------
+// The brace-list forms.
+
+namespace {
+
+LengthKind length_kind_of(unsigned char stored) noexcept {
+  return stored == static_cast<unsigned char>(LengthKind::Fixed) ? LengthKind::Fixed
+                                                                 : LengthKind::Variable;
+}
+
+}  // namespace
+
+void NumericQualifiers::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(digits_);
+  out.put(fraction_);
+  out.put(nonnegative_);
+  out.putEndOfList();
+}
+
+void NumericQualifiers::deserialize(ListInStream& in) {
+  unsigned digits = 0;
+  unsigned fraction = 0;
+  bool nonnegative = false;
+  in.getBeginOfList();
+  in.get(digits);
+  in.get(fraction);
+  in.get(nonnegative);
+  in.getEndOfList();
+  *this = NumericQualifiers(digits, fraction, nonnegative);
+}
+
+void StringQualifiers::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(length_);
+  out.put(static_cast<unsigned char>(kind_));
+  out.putEndOfList();
+}
+
+void StringQualifiers::deserialize(ListInStream& in) {
+  std::uint32_t length = 0;
+  unsigned char kind = 0;
+  in.getBeginOfList();
+  in.get(length);
+  in.get(kind);
+  in.getEndOfList();
+  *this = StringQualifiers(length, length_kind_of(kind));
+}
+
+void DateQualifiers::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(static_cast<unsigned char>(parts_));
+  out.putEndOfList();
+}
+
+void DateQualifiers::deserialize(ListInStream& in) {
+  unsigned char parts = 0;
+  in.getBeginOfList();
+  in.get(parts);
+  in.getEndOfList();
+  *this = DateQualifiers(static_cast<int>(parts));
+}
+
+void BinaryQualifiers::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(length_);
+  out.put(static_cast<unsigned char>(kind_));
+  out.putEndOfList();
+}
+
+void BinaryQualifiers::deserialize(ListInStream& in) {
+  std::uint32_t length = 0;
+  unsigned char kind = 0;
+  in.getBeginOfList();
+  in.get(length);
+  in.get(kind);
+  in.getEndOfList();
+  *this = BinaryQualifiers(length, length_kind_of(kind));
+}
+
+void TypeDomainPattern::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(static_cast<unsigned long long>(size()));
+  for (const GUID& type : types()) out.put(type);
+  numericQualifiers().serialize(out);
+  stringQualifiers().serialize(out);
+  dateQualifiers().serialize(out);
+  binaryQualifiers().serialize(out);
+  out.putEndOfList();
+}
+
+void TypeDomainPattern::deserialize(ListInStream& in) {
+  TypeDomainPattern read;
+  unsigned long long count = 0;
+  in.getBeginOfList();
+  in.get(count);
+  // The count is not trusted for an allocation: each type is read, and the
+  // stream ends the loop when the input does.
+  for (unsigned long long i = 0; i < count; ++i) {
+    GUID type{};
+    in.get(type);
+    read.addType(type);
+  }
+  NumericQualifiers numeric;
+  StringQualifiers string;
+  DateQualifiers date;
+  BinaryQualifiers binary;
+  numeric.deserialize(in);
+  string.deserialize(in);
+  date.deserialize(in);
+  binary.deserialize(in);
+  in.getEndOfList();
+  read.setNumericQualifiers(numeric);
+  read.setStringQualifiers(string);
+  read.setDateQualifiers(date);
+  read.setBinaryQualifiers(binary);
+  *this = std::move(read);
+}
+
+void TypeDomain::serialize(ListOutStream& out) const { pattern_.serialize(out); }
+
+TypeDomain TypeDomain::deserialize(ListInStream& in) {
+  TypeDomainPattern pattern;
+  pattern.deserialize(in);
+  return TypeDomain(std::move(pattern));
 }
 
 }  // namespace core

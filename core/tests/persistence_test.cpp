@@ -7,6 +7,8 @@
 #include "core/binary_data.h"
 #include "core/exception.h"
 #include "core/io.h"
+#include "core/list_stream.h"
+#include "core/type_domain.h"
 #include "core/value.h"
 #include "test_util.h"
 
@@ -212,6 +214,52 @@ TEST(Persistence, MalformedExceptionsAreListStreamErrors) {
       new ListInPersistenceStorage(ListInStream(reader.get())));
   Exception read(u"");
   EXPECT_THROW_IDS(read.deserialize(in.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+}
+
+}  // namespace
+}  // namespace core
+
+namespace core {
+namespace {
+
+TEST(Persistence, TypeDescriptionsReadBackEqual) {
+  TypeDomainPattern number(TypeDomainPattern::kNumberType);
+  number.setNumericQualifiers(NumericQualifiers(15, 2, true));
+  TypeDomainPattern mixed(std::vector<GUID>{TypeDomainPattern::kStringType,
+                                            TypeDomainPattern::kDateType,
+                                            TypeDomainPattern::kBinaryDataType});
+  mixed.setStringQualifiers(StringQualifiers(10, LengthKind::Fixed));
+  mixed.setDateQualifiers(DateQualifiers(DateParts::Date));
+  mixed.setBinaryQualifiers(BinaryQualifiers(8, LengthKind::Variable));
+  const TypeDomainPattern patterns[] = {number, mixed, TypeDomainPattern()};
+  for (const TypeDomainPattern& pattern : patterns) {
+    TypeDomainPattern read_pattern(TypeDomainPattern::kStringType);
+    TypeDomain read_domain;
+    both_ways(
+        [&](IOutPersistenceStorage* s) {
+          pattern.serialize(s->writer());
+          TypeDomain(pattern).serialize(s->writer());
+        },
+        [&](IInPersistenceStorage* s) {
+          read_pattern.deserialize(s->reader());
+          read_domain = TypeDomain::deserialize(s->reader());
+        });
+    EXPECT_TRUE(read_pattern == pattern);
+    EXPECT_TRUE(read_domain == TypeDomain(pattern));
+    EXPECT_EQ(read_pattern.hash(), pattern.hash());
+  }
+}
+
+TEST(Persistence, MalformedTypeDescriptionsAreListStreamErrors) {
+  for (const char16_t* text : {u"{1,{15,2,0},{0,1},{3},{0,1}}", u"{0,{15,2},{0,1},{3},{0,1}}",
+                               u"{x}", u"{1,b0be78f2-0ee6-4d31-a3bb-77dd32ba5bec"}) {
+    InterfacePtr<IReader> reader(new StringReader(String(text)));
+    ListInStream in(reader.get());
+    TypeDomainPattern pattern(TypeDomainPattern::kNumberType);
+    const TypeDomainPattern before = pattern;
+    EXPECT_THROW(pattern.deserialize(in), ListStreamException) << String(text).toUtf8();
+    EXPECT_TRUE(pattern == before);  // unchanged by a failed read
+  }
 }
 
 }  // namespace

@@ -36,6 +36,9 @@
 
 namespace core {
 
+class ListInStream;
+class ListOutStream;
+
 namespace detail {
 struct PatternData;
 }  // namespace detail
@@ -78,6 +81,14 @@ class CORE_EXPORT NumericQualifiers {
 
   friend bool operator==(const NumericQualifiers&, const NumericQualifiers&) noexcept = default;
 
+  // Written as {digits,fraction,nonnegative}.
+  // The brace-list form (core/list_stream.h); deserialize() reads what
+  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // for anything else. Values out of range are cut as the constructor cuts
+  // them.
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
+
  private:
   std::uint32_t digits_ = 0;
   std::uint32_t fraction_ = 0;
@@ -97,6 +108,14 @@ class CORE_EXPORT StringQualifiers {
   LengthKind lengthKind() const noexcept { return kind_; }
 
   friend bool operator==(const StringQualifiers&, const StringQualifiers&) noexcept = default;
+
+  // Written as {length,kind}.
+  // The brace-list form (core/list_stream.h); deserialize() reads what
+  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // for anything else. Values out of range are cut as the constructor cuts
+  // them.
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
 
  private:
   std::uint32_t length_ = 0;
@@ -125,6 +144,14 @@ class CORE_EXPORT DateQualifiers {
 
   friend bool operator==(const DateQualifiers&, const DateQualifiers&) noexcept = default;
 
+  // Written as {parts}.
+  // The brace-list form (core/list_stream.h); deserialize() reads what
+  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // for anything else. Values out of range are cut as the constructor cuts
+  // them.
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
+
  private:
   DateParts parts_ = DateParts::DateTime;
 };
@@ -144,6 +171,14 @@ class CORE_EXPORT BinaryQualifiers {
   LengthKind lengthKind() const noexcept { return kind_; }
 
   friend bool operator==(const BinaryQualifiers&, const BinaryQualifiers&) noexcept = default;
+
+  // Written as {length,kind}.
+  // The brace-list form (core/list_stream.h); deserialize() reads what
+  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // for anything else. Values out of range are cut as the constructor cuts
+  // them.
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
 
  private:
   std::uint32_t length_ = 0;
@@ -187,6 +222,17 @@ class CORE_EXPORT TypeDomainPattern {
 
   // The same types in the same order (the order decides the default type)
   // and the same qualifiers of all four kinds.
+  // Written as {count,type 1,...,type n,{numeric},{string},{date},{binary}}:
+  // the types in order, then the four qualifiers, for example
+  //   {2,b0be78f2-0ee6-4d31-a3bb-77dd32ba5bec,9b6abf8b-0173-48e5-b0a0-83b21fcf63c5,
+  //   {15,2,0},{10,1},{3},{0,1}}
+  // for Number(15, 2) or String(10).
+  // deserialize() replaces this pattern by the one read; a pattern read back
+  // equals the one written. Throws ListStreamException
+  // ("IDS_LISTSTREAMERROR") for anything else, leaving this unchanged.
+  void serialize(ListOutStream& out) const;
+  void deserialize(ListInStream& in);
+
   bool operator==(const TypeDomainPattern& other) const noexcept;
   // True when this is the pattern of exactly `type` with the default
   // qualifiers (for Undefined and the zero GUID: the empty pattern with
@@ -277,6 +323,10 @@ class CORE_EXPORT TypeDomain {
   // empty. Throws TypeException ("IDS_TYPEERROR_TYPENOTDEFINED") when that
   // GUID is not a registered type.
   Type defaultType() const;
+
+  // Written as its pattern (TypeDomainPattern::serialize).
+  void serialize(ListOutStream& out) const;
+  static TypeDomain deserialize(ListInStream& in);
 
   bool operator==(const TypeDomain& other) const noexcept { return pattern_ == other.pattern_; }
   bool operator==(const GUID& type) const noexcept { return pattern_ == type; }
