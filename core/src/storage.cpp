@@ -1,8 +1,12 @@
 #include <string>
+#include <tuple>
+#include <type_traits>
 
 #include "core/binary_data.h"
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/io.h"
+#include "core/list_stream.h"
 #include "core/persistence.h"
 #include "core/value.h"
 
@@ -322,5 +326,95 @@ void Exception::deserialize(IInPersistenceStorage* storage) {
   Reader reader{in, 0};
   *this = reader.rest(clsid);
 }
+
+// ---------------------------------------------------------------------------
+// The extra fields of the exception classes that carry them: one list after
+// the base part, the fields in the order of their declarations.
+
+namespace {
+
+template <class Enum>
+requires std::is_enum_v<Enum>
+void put_field(ListOutStream& out, Enum value) { out.put(static_cast<int32_t>(value)); }
+void put_field(ListOutStream& out, int32_t value) { out.put(value); }
+void put_field(ListOutStream& out, bool value) { out.put(value); }
+void put_field(ListOutStream& out, const String& value) { out.put(value); }
+void put_field(ListOutStream& out, const std::string& value) { out.put(String::fromUtf8(value)); }
+void put_field(ListOutStream& out, const URL& value) { out.put(value.text()); }
+
+template <class Enum>
+requires std::is_enum_v<Enum>
+void get_field(ListInStream& in, Enum& value) {
+  int32_t stored = 0;
+  in.get(stored);
+  value = static_cast<Enum>(stored);
+}
+void get_field(ListInStream& in, int32_t& value) { in.get(value); }
+void get_field(ListInStream& in, bool& value) { in.get(value); }
+void get_field(ListInStream& in, String& value) { in.get(value); }
+void get_field(ListInStream& in, std::string& value) {
+  String text;
+  in.get(text);
+  value = text.toUtf8();
+}
+void get_field(ListInStream& in, URL& value) {
+  String text;
+  in.get(text);
+  value = URL(text);
+}
+
+template <class... Fields>
+void write_extra(IOutPersistenceStorage* storage, const Fields&... fields) {
+  ListOutStream& out = storage->writer();
+  out.putBeginOfList();
+  (put_field(out, fields), ...);
+  out.putEndOfList();
+}
+
+// Reads into copies first, so that a failure leaves the fields unchanged.
+template <class... Fields>
+void read_extra(IInPersistenceStorage* storage, Fields&... fields) {
+  ListInStream& in = storage->reader();
+  std::tuple<Fields...> read{fields...};
+  in.getBeginOfList();
+  std::apply([&in](auto&... field) { (get_field(in, field), ...); }, read);
+  in.getEndOfList();
+  std::tie(fields...) = std::move(read);
+}
+
+}  // namespace
+
+#define CORE_EXCEPTION_EXTRA_FIELDS(Class, ...)                  \
+  void Class::serialize(IOutPersistenceStorage* storage) const { \
+    Exception::serialize(storage);                               \
+    write_extra(storage, __VA_ARGS__);                           \
+  }                                                              \
+  void Class::deserialize(IInPersistenceStorage* storage) {      \
+    Exception::deserialize(storage);                             \
+    read_extra(storage, __VA_ARGS__);                            \
+  }
+
+CORE_EXCEPTION_EXTRA_FIELDS(BufferException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(COMTypeException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(CancelOperationException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ComparatorException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ConverterException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(EDBException, code_, details_)
+CORE_EXCEPTION_EXTRA_FIELDS(FileException, reason_, path_, is_directory_, url_, second_url_)
+CORE_EXCEPTION_EXTRA_FIELDS(IOException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(InteractiveSecurityException, action_)
+CORE_EXCEPTION_EXTRA_FIELDS(NumericException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(PivotSourceException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(RegexException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(NetDataExchangeException, kind_, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(SCOM_Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(StorageException, reason_, url_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTemplateException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTokenizerException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ThreadException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ValueIsFilledException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(VersionException, requested_version_, download_resource_)
+
+#undef CORE_EXCEPTION_EXTRA_FIELDS
 
 }  // namespace core

@@ -6,6 +6,7 @@
 
 #include "core/binary_data.h"
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/io.h"
 #include "core/list_stream.h"
 #include "core/type_domain.h"
@@ -183,12 +184,13 @@ TEST(Persistence, ExceptionWithCauseRoundTrips) {
   EXPECT_NE(text.find("\"100000000000000010\""), std::string::npos) << text;
   EXPECT_NE(text.find("{00000000-0000-0000-0000-000000000000}"), std::string::npos) << text;
 
-  // The class identifier survives for subclasses.
-  Exception subclass(u"");
+  // Subclasses write their extra fields after the base part.
+  NumericException subclass(NumericException::Code::DivideByZero);
   both_ways([&](IOutPersistenceStorage* s) { outer_placeholder.serialize(s); },
             [&](IInPersistenceStorage* s) { subclass.deserialize(s); });
   EXPECT_EQ(subclass.clsid(), NumericException::kClsid);
   EXPECT_EQ(subclass.descr(), outer_placeholder.descr());
+  EXPECT_EQ(subclass.code(), NumericException::Code::Overflow);
 }
 
 TEST(Persistence, MalformedExceptionsAreListStreamErrors) {
@@ -260,6 +262,51 @@ TEST(Persistence, MalformedTypeDescriptionsAreListStreamErrors) {
     EXPECT_THROW(pattern.deserialize(in), ListStreamException) << String(text).toUtf8();
     EXPECT_TRUE(pattern == before);  // unchanged by a failed read
   }
+}
+
+}  // namespace
+}  // namespace core
+
+namespace core {
+namespace {
+
+TEST(Persistence, ExtraFieldsOfExceptionsRoundTrip) {
+  const FileException file(FileException::Error::FileNotFound, String(u"/data/счёт.txt"), true,
+                           URL(u"file:///data/"), URL(u"file:///backup/"));
+  FileException read_file(FileException::Error::Access);
+  const std::string text = both_ways([&](IOutPersistenceStorage* s) { file.serialize(s); },
+                                     [&](IInPersistenceStorage* s) { read_file.deserialize(s); });
+  EXPECT_EQ(read_file.reason(), FileException::Error::FileNotFound);
+  EXPECT_EQ(read_file.path(), file.path());
+  EXPECT_TRUE(read_file.isDirectory());
+  EXPECT_EQ(read_file.url(), file.url());
+  EXPECT_EQ(read_file.secondUrl(), file.secondUrl());
+  EXPECT_NE(text.find("\"file:///backup/\""), std::string::npos) << text;
+
+  const VersionException version(String(u"needs a newer release"), "8.3.20",
+                                 String(u"https://example.test/update"));
+  VersionException read_version(String(), "", String());
+  both_ways([&](IOutPersistenceStorage* s) { version.serialize(s); },
+            [&](IInPersistenceStorage* s) { read_version.deserialize(s); });
+  EXPECT_EQ(read_version.requestedVersion(), "8.3.20");
+  EXPECT_EQ(read_version.downloadResource(), version.downloadResource());
+}
+
+TEST(Persistence, TruncatedExtraFieldsAreListStreamErrors) {
+  InterfacePtr<StringWriter> text(new StringWriter);
+  InterfacePtr<ListOutPersistenceStorage> out(
+      new ListOutPersistenceStorage(ListOutStream(text.get())));
+  StorageException(StorageException::Error::Overflow, URL(u"q9stg64://c:/1/")).serialize(out.get());
+  out->writer().close();
+  const String whole = text->str();
+  // Cut inside the extra list: the base part reads, the extra fields fail.
+  const String cut = whole.substr(0, whole.size() - 3);
+  InterfacePtr<IReader> reader(new StringReader(cut));
+  InterfacePtr<ListInPersistenceStorage> in(
+      new ListInPersistenceStorage(ListInStream(reader.get())));
+  StorageException read(StorageException::Error::BadFormat, URL(u"file:///x"));
+  EXPECT_THROW(read.deserialize(in.get()), ListStreamException);
+  EXPECT_EQ(read.reason(), StorageException::Error::BadFormat);  // the fields stay
 }
 
 }  // namespace

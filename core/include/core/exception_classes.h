@@ -82,6 +82,12 @@ class CORE_EXPORT BufferException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
+  // The base part (Exception::serialize), then the extra fields as one more
+  // list; deserialize() reads the same and throws ListStreamException
+  // ("IDS_LISTSTREAMERROR") for anything else.
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Error reason_;
 };
@@ -129,6 +135,10 @@ class CORE_EXPORT COMTypeException : public Exception {
 
   Code code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Code code_;
 };
@@ -150,6 +160,10 @@ class CORE_EXPORT CancelOperationException : public Exception {
   explicit CancelOperationException(Reason reason, IExceptionObject* inner = nullptr);
 
   Reason reason() const noexcept { return reason_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Reason reason_;
@@ -182,6 +196,10 @@ class CORE_EXPORT ComparatorException : public Exception {
   ComparatorException(int32_t code, const String& descr, IExceptionObject* inner = nullptr);
 
   int32_t code() const noexcept { return code_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   int32_t code_;
@@ -230,6 +248,10 @@ class CORE_EXPORT ConverterException : public Exception {
 
   Code code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Code code_;
 };
@@ -277,6 +299,10 @@ class CORE_EXPORT EDBException : public Exception {
 
   int32_t code() const noexcept { return code_; }
   const String& details() const noexcept { return details_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   int32_t code_;
@@ -338,6 +364,10 @@ class CORE_EXPORT FileException : public Exception {
   const URL& url() const noexcept { return url_; }
   const URL& secondUrl() const noexcept { return second_url_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Error reason_;
   String path_;
@@ -371,6 +401,10 @@ class CORE_EXPORT IOException : public Exception {
               const String& extra, IExceptionObject* inner = nullptr);
 
   Error reason() const noexcept { return reason_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Error reason_;
@@ -422,6 +456,10 @@ class CORE_EXPORT InteractiveSecurityException : public Exception {
   explicit InteractiveSecurityException(const String& action, IExceptionObject* inner = nullptr);
 
   const String& action() const noexcept { return action_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   String action_;
@@ -477,6 +515,10 @@ class CORE_EXPORT NumericException : public Exception {
 
   Code code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Code code_;
 };
@@ -502,6 +544,10 @@ class CORE_EXPORT PivotSourceException : public Exception {
                        const String& extra, IExceptionObject* inner = nullptr);
 
   Error reason() const noexcept { return reason_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Error reason_;
@@ -561,6 +607,10 @@ class CORE_EXPORT RegexException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Error reason_;
 };
@@ -598,6 +648,10 @@ class CORE_EXPORT NetDataExchangeException : public RemotingException {
   ErrorKind errorKind() const noexcept { return kind_; }
   int32_t code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   ErrorKind kind_;
   int32_t code_;
@@ -622,6 +676,10 @@ class CORE_EXPORT SCOM_Exception : public Exception {
   SCOM_Exception(Reason reason, const String& descr, IExceptionObject* inner = nullptr);
 
   Reason reason() const noexcept { return reason_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Reason reason_;
@@ -664,6 +722,10 @@ class CORE_EXPORT StorageException : public Exception {
   Error reason() const noexcept { return reason_; }
   const URL& url() const noexcept { return url_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Error reason_;
   URL url_;
@@ -692,6 +754,10 @@ class CORE_EXPORT StringTemplateException : public Exception {
 
   Code code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   Code code_;
 };
@@ -718,6 +784,10 @@ class CORE_EXPORT StringTokenizerException : public Exception {
                            const String& extra, IExceptionObject* inner = nullptr);
 
   Code code() const noexcept { return code_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Code code_;
@@ -747,6 +817,10 @@ class CORE_EXPORT ThreadException : public Exception {
                   const String& extra, IExceptionObject* inner = nullptr);
 
   Error reason() const noexcept { return reason_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   Error reason_;
@@ -824,6 +898,10 @@ class CORE_EXPORT ValueIsFilledException : public Exception {
 
   int32_t code() const noexcept { return code_; }
 
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
+
  private:
   int32_t code_;
 };
@@ -842,6 +920,10 @@ class CORE_EXPORT VersionException : public Exception {
 
   const std::string& requestedVersion() const noexcept { return requested_version_; }
   const String& downloadResource() const noexcept { return download_resource_; }
+
+  // The base part, then {extra fields} (see BufferException).
+  void serialize(IOutPersistenceStorage* storage) const;
+  void deserialize(IInPersistenceStorage* storage);
 
  private:
   std::string requested_version_;
