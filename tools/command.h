@@ -3,6 +3,7 @@
 #ifndef CORE_TOOLS_COMMAND_H_
 #define CORE_TOOLS_COMMAND_H_
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -21,6 +22,10 @@ struct Command {
 
 // Prints the command's usage to standard error and returns 2.
 int usage_error(const Command& command);
+
+// Reads the whole of `path` ("-" or empty: standard input) into `bytes`;
+// false when it cannot be read.
+bool read_input(std::string_view path, std::string& bytes);
 
 extern const Command kCalcCommand;
 extern const Command kConvertCommand;

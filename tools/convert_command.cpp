@@ -9,19 +9,6 @@
 namespace coretool {
 namespace {
 
-// Reads the whole of `path` ("-" or empty: standard input) into `bytes`.
-bool read_all(std::string_view path, std::string& bytes) {
-  std::FILE* file =
-      path.empty() || path == "-" ? stdin : std::fopen(std::string(path).c_str(), "rb");
-  if (file == nullptr) return false;
-  char buffer[64 * 1024];
-  size_t count;
-  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
-  const bool ok = !std::ferror(file);
-  if (file != stdin) std::fclose(file);
-  return ok;
-}
-
 int run_convert(const Arguments& args) {
   std::string_view from, to, path;
   bool signature = false;
@@ -40,7 +27,7 @@ int run_convert(const Arguments& args) {
   }
   if (from.empty() || to.empty()) return usage_error(kConvertCommand);
   std::string bytes;
-  if (!read_all(path, bytes)) {
+  if (!read_input(path, bytes)) {
     std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(path.size()),
                  path.data());
     return 1;
@@ -72,7 +59,7 @@ int run_convert(const Arguments& args) {
 int run_detect(const Arguments& args) {
   if (args.size() != 1) return usage_error(kDetectCommand);
   std::string bytes;
-  if (!read_all(args.front(), bytes)) {
+  if (!read_input(args.front(), bytes)) {
     std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(args[0].size()),
                  args[0].data());
     return 1;

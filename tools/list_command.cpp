@@ -7,22 +7,7 @@
 
 namespace coretool {
 
-extern const Command kListCommand;
-
 namespace {
-
-// Reads the whole of `path` ("-" or empty: standard input) into `bytes`.
-bool read_input(std::string_view path, std::string& bytes) {
-  std::FILE* file =
-      path.empty() || path == "-" ? stdin : std::fopen(std::string(path).c_str(), "rb");
-  if (file == nullptr) return false;
-  char buffer[64 * 1024];
-  size_t count;
-  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
-  const bool ok = !std::ferror(file);
-  if (file != stdin) std::fclose(file);
-  return ok;
-}
 
 // Text documents begin with "{" (after white space or a byte-order mark); a
 // binary document never does, since its first token cannot carry the end

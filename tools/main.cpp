@@ -1,6 +1,7 @@
 // coretool: the command-line face of the library, for trying its parts by
 // hand and for the demo.
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "command.h"
@@ -19,6 +20,18 @@ void print_usage(std::FILE* out) {
 }
 
 }  // namespace
+
+bool read_input(std::string_view path, std::string& bytes) {
+  std::FILE* file =
+      path.empty() || path == "-" ? stdin : std::fopen(std::string(path).c_str(), "rb");
+  if (file == nullptr) return false;
+  char buffer[64 * 1024];
+  size_t count;
+  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
+  const bool ok = !std::ferror(file);
+  if (file != stdin) std::fclose(file);
+  return ok;
+}
 
 int usage_error(const Command& command) {
   std::fprintf(stderr, "usage: coretool\n%s", command.usage);

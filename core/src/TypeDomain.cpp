@@ -500,9 +500,25 @@ void TypedValue::setDefaultValue() {
 
 namespace {
 
-LengthKind length_kind_of(unsigned char stored) noexcept {
-  return stored == static_cast<unsigned char>(LengthKind::Fixed) ? LengthKind::Fixed
-                                                                 : LengthKind::Variable;
+// String and binary qualifiers share the form {length,kind}.
+void write_length(ListOutStream& out, std::uint32_t length, LengthKind kind) {
+  out.putBeginOfList();
+  out.put(length);
+  out.put(static_cast<unsigned char>(kind));
+  out.putEndOfList();
+}
+
+template <class Qualifiers>
+Qualifiers read_length(ListInStream& in) {
+  std::uint32_t length = 0;
+  unsigned char kind = 0;
+  in.getBeginOfList();
+  in.get(length);
+  in.get(kind);
+  in.getEndOfList();
+  return Qualifiers(length, kind == static_cast<unsigned char>(LengthKind::Fixed)
+                                ? LengthKind::Fixed
+                                : LengthKind::Variable);
 }
 
 }  // namespace
@@ -527,22 +543,9 @@ void NumericQualifiers::deserialize(ListInStream& in) {
   *this = NumericQualifiers(digits, fraction, nonnegative);
 }
 
-void StringQualifiers::serialize(ListOutStream& out) const {
-  out.putBeginOfList();
-  out.put(length_);
-  out.put(static_cast<unsigned char>(kind_));
-  out.putEndOfList();
-}
+void StringQualifiers::serialize(ListOutStream& out) const { write_length(out, length_, kind_); }
 
-void StringQualifiers::deserialize(ListInStream& in) {
-  std::uint32_t length = 0;
-  unsigned char kind = 0;
-  in.getBeginOfList();
-  in.get(length);
-  in.get(kind);
-  in.getEndOfList();
-  *this = StringQualifiers(length, length_kind_of(kind));
-}
+void StringQualifiers::deserialize(ListInStream& in) { *this = read_length<StringQualifiers>(in); }
 
 void DateQualifiers::serialize(ListOutStream& out) const {
   out.putBeginOfList();
@@ -558,22 +561,9 @@ void DateQualifiers::deserialize(ListInStream& in) {
   *this = DateQualifiers(static_cast<int>(parts));
 }
 
-void BinaryQualifiers::serialize(ListOutStream& out) const {
-  out.putBeginOfList();
-  out.put(length_);
-  out.put(static_cast<unsigned char>(kind_));
-  out.putEndOfList();
-}
+void BinaryQualifiers::serialize(ListOutStream& out) const { write_length(out, length_, kind_); }
 
-void BinaryQualifiers::deserialize(ListInStream& in) {
-  std::uint32_t length = 0;
-  unsigned char kind = 0;
-  in.getBeginOfList();
-  in.get(length);
-  in.get(kind);
-  in.getEndOfList();
-  *this = BinaryQualifiers(length, length_kind_of(kind));
-}
+void BinaryQualifiers::deserialize(ListInStream& in) { *this = read_length<BinaryQualifiers>(in); }
 
 void TypeDomainPattern::serialize(ListOutStream& out) const {
   out.putBeginOfList();
