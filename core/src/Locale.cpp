@@ -43,26 +43,30 @@ const std::unordered_set<std::string>& available_locales() {
   return *names;
 }
 
-WeekDay first_day_of_week(const icu::Locale& locale, const String& name) {
+// False when ICU has no calendar for the locale.
+bool first_day_of_week(const icu::Locale& locale, WeekDay& out) {
   UErrorCode status = U_ZERO_ERROR;
   std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(locale, status));
-  if (U_FAILURE(status)) throw LocaleException(name);
+  if (U_FAILURE(status)) return false;
   const UCalendarDaysOfWeek day = calendar->getFirstDayOfWeek(status);
-  if (U_FAILURE(status)) throw LocaleException(name);
+  if (U_FAILURE(status)) return false;
   // ICU counts from Sunday = 1; the library from Monday = 1.
-  return day == UCAL_SUNDAY ? WeekDay::Sunday : static_cast<WeekDay>(day - 1);
+  out = day == UCAL_SUNDAY ? WeekDay::Sunday : static_cast<WeekDay>(day - 1);
+  return true;
 }
 
-std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale, const String& name) {
+// The data of `locale`, or null when ICU cannot give it.
+std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale) {
   UErrorCode status = U_ZERO_ERROR;
   icu::DecimalFormatSymbols symbols(locale, status);
-  if (U_FAILURE(status)) throw LocaleException(name);
+  WeekDay first_day = WeekDay::Monday;
+  if (U_FAILURE(status) || !first_day_of_week(locale, first_day)) return nullptr;
   return std::make_shared<const detail::LocaleData>(detail::LocaleData{
       locale,
       String::fromUtf8(locale.getName()),
       String::fromUtf8(locale.getLanguage()),
       String::fromUtf8(locale.getCountry()),
-      first_day_of_week(locale, name),
+      first_day,
       to_string(symbols.getConstSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol)),
       to_string(symbols.getConstSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol)),
   });
@@ -73,11 +77,21 @@ std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale, c
 // lookup.
 class LocaleCache {
  public:
+  // Throws LocaleException for a bad name.
   std::shared_ptr<const detail::LocaleData> find(const String& name) {
+    auto data = tryFind(name);
+    if (!data) throw LocaleException(name);
+    return data;
+  }
+
+  // Null for a bad name. Throws nothing of its own, so that the process
+  // default can be found while the thread that asks has no settings yet
+  // (building an exception would need them).
+  std::shared_ptr<const detail::LocaleData> tryFind(const String& name) {
     std::string ascii;
-    if (!to_ascii(name, ascii) || ascii.empty()) throw LocaleException(name);
+    if (!to_ascii(name, ascii) || ascii.empty()) return nullptr;
     const icu::Locale locale(ascii.c_str());
-    if (locale.isBogus() || locale.getLanguage()[0] == '\0') throw LocaleException(name);
+    if (locale.isBogus() || locale.getLanguage()[0] == '\0') return nullptr;
 
     const std::string canonical = locale.getName();
     {
@@ -87,9 +101,10 @@ class LocaleCache {
     }
     const auto& available = available_locales();
     if (available.count(canonical) == 0 && available.count(locale.getLanguage()) == 0) {
-      throw LocaleException(name);
+      return nullptr;
     }
-    auto data = make_data(locale, name);
+    auto data = make_data(locale);
+    if (!data) return nullptr;
     std::lock_guard<std::mutex> lock(mutex_);
     return entries_.emplace(canonical, std::move(data)).first->second;
   }
@@ -133,11 +148,8 @@ size_t trim_locale_cache() { return cache().trim(); }
 String default_locale_name(const char* environment_name) {
   const std::string_view name(environment_name);
   if (name != "en_US_POSIX" && name != "C" && name != "c" && name != "POSIX") {
-    try {
-      return cache().find(String::fromUtf8(name))->name;
-    } catch (const LocaleException&) {
-      // An environment locale without data gets the library's own default.
-    }
+    // An environment locale without data gets the library's own default.
+    if (auto data = cache().tryFind(String::fromUtf8(name))) return data->name;
   }
   return String(u"en_US");
 }
