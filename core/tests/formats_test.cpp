@@ -21,24 +21,6 @@
 namespace core {
 namespace {
 
-String unescape(const std::string& text) {
-  std::string utf8;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '\\' && i + 1 < text.size() && text[i + 1] == '\\') {
-      utf8 += '\\';
-      ++i;
-    } else if (text[i] == '\\' && i + 5 < text.size() + 0 && text[i + 1] == 'u') {
-      const char16_t unit[2] = {
-          static_cast<char16_t>(std::stoul(text.substr(i + 2, 4), nullptr, 16)), 0};
-      utf8 += String(unit).toUtf8();
-      i += 5;
-    } else {
-      utf8 += text[i];
-    }
-  }
-  return String::fromUtf8(utf8);
-}
-
 // Restores the calling thread's locale and formats when a test ends.
 class ThreadSettings {
  public:
@@ -72,8 +54,9 @@ TEST(Formats, TableDrivenCases) {
     ASSERT_EQ(fields.size(), 5u) << "formats.txt:" << number;
     SCOPED_TRACE("formats.txt:" + std::to_string(number) + " " + line);
     Thread::setLocale(Locale(String::fromUtf8(fields[1])));
-    const String format_string = unescape(fields[3]);
-    const String expected = fields[4] == "(empty)" ? String() : unescape(fields[4]);
+    const String format_string = testing::unescape_data_line(fields[3]);
+    const String expected =
+        fields[4] == "(empty)" ? String() : testing::unescape_data_line(fields[4]);
     String text;
     if (fields[0] == "number") {
       Numeric value;
@@ -203,15 +186,6 @@ TEST(Formats, DatePatternsAndTranslation) {
   EXPECT_EQ(en.format(Date(2024, 1, 1), u"yyyy"), u"2024");
 }
 
-class Compatibility : public UnknownImpl<IApplicationContext> {
- public:
-  explicit Compatibility(int level) : level_(level) {}
-  int compatibilityLevel() override { return level_; }
-
- private:
-  int level_;
-};
-
 TEST(Formats, BooleanTextsAndParsing) {
   const BoolFormat en(Locale(u"en_US"));
   const BoolFormat ru(Locale(u"ru_RU"));
@@ -226,12 +200,15 @@ TEST(Formats, BooleanTextsAndParsing) {
   EXPECT_FALSE(en.parse(u"maybe", value));
   EXPECT_FALSE(value);
 
-  set_application_context(new Compatibility(1));
-  EXPECT_EQ(en.format(true), u"True");
-  EXPECT_EQ(ru.format(false), u"Ложь");
-  set_application_context(new Compatibility(2));
-  EXPECT_EQ(ru.format(false), u"Нет");
-  set_application_context(nullptr);
+  {
+    testing::ScopedCompatibilityLevel old_release(1);
+    EXPECT_EQ(en.format(true), u"True");
+    EXPECT_EQ(ru.format(false), u"Ложь");
+  }
+  {
+    testing::ScopedCompatibilityLevel current(2);
+    EXPECT_EQ(ru.format(false), u"Нет");
+  }
   EXPECT_EQ(en.format(true), u"Yes");
 }
 

@@ -16,28 +16,6 @@ namespace {
 
 using Pairs = std::vector<std::pair<String, String>>;
 
-// Decodes the escapes \uXXXX and \\ of the data file.
-String unescape(const std::string& line) {
-  std::string utf8;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == '\\') {
-      utf8 += '\\';
-      ++i;
-    } else if (line[i] == '\\' && i + 5 < line.size() + 0 && line[i + 1] == 'u') {
-      const char32_t code = static_cast<char32_t>(std::stoul(line.substr(i + 2, 4), nullptr, 16));
-      const std::u16string unit(1, static_cast<char16_t>(code));
-      utf8 += String(unit.c_str()).toUtf8();
-      i += 5;
-    } else if (line[i] == '\\' && i + 1 < line.size() && line[i + 1] == 't') {
-      utf8 += '\t';
-      ++i;
-    } else {
-      utf8 += line[i];
-    }
-  }
-  return String::fromUtf8(utf8);
-}
-
 std::pair<String, String> split_pair(const String& text) {
   const std::size_t eq = text.find(u'=');
   return {text.substr(0, eq), text.substr(eq + 1)};
@@ -61,11 +39,11 @@ std::vector<Case> load_cases() {
     const std::string word = line.substr(0, space);
     const std::string rest = space == std::string::npos ? "" : line.substr(space + 1);
     if (word == "text") {
-      cases.push_back({number, unescape(rest), {}, {}});
+      cases.push_back({number, testing::unescape_data_line(rest), {}, {}});
     } else if (word == "table" && !cases.empty()) {
-      cases.back().table.push_back(split_pair(unescape(rest)));
+      cases.back().table.push_back(split_pair(testing::unescape_data_line(rest)));
     } else if (word == "iter" && !cases.empty()) {
-      cases.back().iter.push_back(split_pair(unescape(rest)));
+      cases.back().iter.push_back(split_pair(testing::unescape_data_line(rest)));
     } else {
       ADD_FAILURE() << "params.txt:" << number << ": bad line";
     }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <thread>
 
+#include "core/application_context.h"
 #include "core/exception.h"
 #include "core/messages.h"
 #include "core/string.h"
@@ -44,6 +45,50 @@ void in_locale(const char16_t* locale, Body body) {
     Thread::setLocale(Locale(locale));
     body();
   }).join();
+}
+
+// Registers an application context of compatibility level `level` for the
+// scope, and removes it at the end.
+class ScopedCompatibilityLevel {
+ public:
+  explicit ScopedCompatibilityLevel(int level) { set_application_context(new Context(level)); }
+  ~ScopedCompatibilityLevel() { set_application_context(nullptr); }
+  ScopedCompatibilityLevel(const ScopedCompatibilityLevel&) = delete;
+  ScopedCompatibilityLevel& operator=(const ScopedCompatibilityLevel&) = delete;
+
+ private:
+  class Context : public UnknownImpl<IApplicationContext> {
+   public:
+    explicit Context(int level) : level_(level) {}
+    int compatibilityLevel() override { return level_; }
+
+   private:
+    int level_;
+  };
+};
+
+// A line of a test data file as text: UTF-8 with the escapes \\, \t and
+// \uXXXX.
+inline String unescape_data_line(const std::string& line) {
+  std::string utf8;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const char next = i + 1 < line.size() ? line[i + 1] : '\0';
+    if (line[i] == '\\' && next == '\\') {
+      utf8 += '\\';
+      ++i;
+    } else if (line[i] == '\\' && next == 't') {
+      utf8 += '\t';
+      ++i;
+    } else if (line[i] == '\\' && next == 'u' && i + 5 < line.size()) {
+      const char16_t unit[2] = {
+          static_cast<char16_t>(std::stoul(line.substr(i + 2, 4), nullptr, 16)), 0};
+      utf8 += String(unit).toUtf8();
+      i += 5;
+    } else {
+      utf8 += line[i];
+    }
+  }
+  return String::fromUtf8(utf8);
 }
 
 }  // namespace core::testing

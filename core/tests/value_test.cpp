@@ -18,21 +18,7 @@ namespace {
 
 using testing::in_locale;
 
-class LevelContext : public UnknownImpl<IApplicationContext> {
- public:
-  explicit LevelContext(int level) : level_(level) {}
-  int compatibilityLevel() override { return level_; }
-
- private:
-  int level_;
-};
-
-// Registers a context of `level` for the scope.
-class ScopedLevel {
- public:
-  explicit ScopedLevel(int level) { set_application_context(new LevelContext(level)); }
-  ~ScopedLevel() { set_application_context(nullptr); }
-};
+using ScopedLevel = testing::ScopedCompatibilityLevel;
 
 TEST(Value, DefaultAndNullAreUndefined) {
   const Value empty;
