@@ -24,7 +24,7 @@ add_custom_command(
   COMMAND ${CORE_ICUPKG} -tl -s ${CORE_MESSAGE_DIR}/res -a ${CORE_MESSAGE_DIR}/items.txt
           new ${CORE_MESSAGE_DIR}/basalt.dat
   COMMAND ${CMAKE_COMMAND} -DINPUT=${CORE_MESSAGE_DIR}/basalt.dat
-          -DOUTPUT=${CORE_MESSAGE_DATA_SOURCE} -DSYMBOL=kBasaltData -DHEADER=message_data.h
+          -DOUTPUT=${CORE_MESSAGE_DATA_SOURCE} -DSYMBOL=kBasaltData -DHEADER=base/message_data.h
           -P ${PROJECT_SOURCE_DIR}/cmake/EmbedFile.cmake
   DEPENDS ${CORE_MESSAGE_SOURCES} ${PROJECT_SOURCE_DIR}/cmake/MakeRootBundle.cmake
           ${PROJECT_SOURCE_DIR}/cmake/EmbedFile.cmake

@@ -23,9 +23,9 @@ struct Command {
 // Prints the command's usage to standard error and returns 2.
 int usage_error(const Command& command);
 
-// Reads the whole of `path` ("-" or empty: standard input) into `bytes`;
-// false when it cannot be read.
-bool read_input(std::string_view path, std::string& bytes);
+// Reads the whole of `path` ("-" or empty: standard input) into `bytes`.
+// When it cannot be read, says so on standard error and returns false.
+[[nodiscard]] bool read_input(std::string_view path, std::string& bytes);
 
 extern const Command kCalcCommand;
 extern const Command kConvertCommand;

@@ -1,5 +1,4 @@
 // coretool convert --from NAME --to NAME [--signature] [FILE]
-// coretool detect FILE
 #include <cstdio>
 #include <string>
 
@@ -27,11 +26,7 @@ int run_convert(const Arguments& args) {
   }
   if (from.empty() || to.empty()) return usage_error(kConvertCommand);
   std::string bytes;
-  if (!read_input(path, bytes)) {
-    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(path.size()),
-                 path.data());
-    return 1;
-  }
+  if (!read_input(path, bytes)) return 1;
   try {
     const core::Converter reader(core::String::fromUtf8(from));
     core::StreamConverterFromUnicode writer(core::String::fromUtf8(to));
@@ -56,25 +51,6 @@ int run_convert(const Arguments& args) {
   }
 }
 
-int run_detect(const Arguments& args) {
-  if (args.size() != 1) return usage_error(kDetectCommand);
-  std::string bytes;
-  if (!read_input(args.front(), bytes)) {
-    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(args[0].size()),
-                 args[0].data());
-    return 1;
-  }
-  core::String name;
-  const size_t length = core::Converter::detectUnicodeSignature(bytes, name);
-  if (length != 0) {
-    std::printf("signature: %s (%zu bytes)\n", name.toUtf8().c_str(), length);
-  } else {
-    std::printf("signature: none\n");
-  }
-  std::printf("guess:     %s\n", core::guess_encoding(bytes).toUtf8().c_str());
-  return 0;
-}
-
 }  // namespace
 
 const Command kConvertCommand = {
@@ -84,11 +60,5 @@ const Command kConvertCommand = {
     "                  encodings to standard output; --signature writes a\n"
     "                  byte-order signature where the encoding has one\n",
     &run_convert};
-
-const Command kDetectCommand = {
-    "detect",
-    "  detect FILE     the byte-order signature of FILE and a guess of its\n"
-    "                  encoding\n",
-    &run_detect};
 
 }  // namespace coretool

@@ -80,11 +80,7 @@ int run(const Arguments& args) {
   }
   if (mode.empty()) return usage_error(kListCommand);
   std::string bytes;
-  if (!read_input(path, bytes)) {
-    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(path.size()),
-                 path.data());
-    return 1;
-  }
+  if (!read_input(path, bytes)) return 1;
   const bool text = mode == "--to-binary" || (mode != "--to-text" && looks_like_text(bytes));
   core::InterfacePtr<core::MemoryFile> source(new core::MemoryFile(bytes));
   core::InterfacePtr<core::IReader> reader(new core::Utf8FileReader(source.get()));

@@ -24,12 +24,18 @@ void print_usage(std::FILE* out) {
 bool read_input(std::string_view path, std::string& bytes) {
   std::FILE* file =
       path.empty() || path == "-" ? stdin : std::fopen(std::string(path).c_str(), "rb");
-  if (file == nullptr) return false;
-  char buffer[64 * 1024];
-  size_t count;
-  while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
-  const bool ok = !std::ferror(file);
-  if (file != stdin) std::fclose(file);
+  bool ok = file != nullptr;
+  if (ok) {
+    char buffer[64 * 1024];
+    size_t count;
+    while ((count = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, count);
+    ok = !std::ferror(file);
+    if (file != stdin) std::fclose(file);
+  }
+  if (!ok) {
+    std::fprintf(stderr, "coretool: cannot read \"%.*s\"\n", static_cast<int>(path.size()),
+                 path.data());
+  }
   return ok;
 }
 

@@ -8,10 +8,10 @@
 
 #include <memory>
 
+#include "base/locale_data.h"
 #include "core/formats.h"
 #include "core/params.h"
 #include "core/thread.h"
-#include "locale_data.h"
 
 namespace {
 

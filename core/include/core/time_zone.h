@@ -51,7 +51,6 @@ namespace core {
 class ListInStream;
 class ListOutStream;
 
-
 namespace detail {
 class TimeZoneData;
 }  // namespace detail

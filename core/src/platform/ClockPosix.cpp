@@ -1,3 +1,4 @@
+// Implements platform/clock.h on POSIX: the system clock.
 #include <time.h>
 
 #include "platform/clock.h"

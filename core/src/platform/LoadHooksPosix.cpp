@@ -1,6 +1,5 @@
-// Runs the library's start when the library (or a program holding its objects)
-// is loaded and its teardown when it is unloaded.
-#include "lifecycle.h"
+// Implements the load hooks on POSIX: start on load, teardown on unload (base/lifecycle.h).
+#include "base/lifecycle.h"
 
 namespace {
 

@@ -1,3 +1,4 @@
+// Implements platform/stack_trace.h on POSIX: capturing and naming stack frames.
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>

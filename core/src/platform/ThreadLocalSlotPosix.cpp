@@ -1,3 +1,4 @@
+// Implements platform/thread_local_slot.h on POSIX: thread-local slots over pthread keys.
 #include <pthread.h>
 
 #include <cstdio>

@@ -1,0 +1,155 @@
+// Implements core/init.h and base/lifecycle.h: the library's start, its teardown and CoreInit.
+#include "base/lifecycle.h"
+
+#include <unicode/uclean.h>
+#include <unicode/udata.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
+#include "base/locale_data.h"
+#include "base/message_data.h"
+#include "core/binary_data.h"
+#include "core/init.h"
+#include "core/scom.h"
+#include "core/thread.h"
+#include "rivet/memory_manager.h"
+#include "values/value_objects.h"
+
+namespace core {
+namespace detail {
+namespace {
+
+// The process-wide state of the start; never destroyed, because the teardown
+// runs after the static destructors of the library.
+struct Runtime {
+  std::once_flag started;
+  std::once_flag stopped;
+  // Set early in the start, so that code run by the start itself (class
+  // hooks that touch thread settings) finds the slot without starting again.
+  std::atomic<platform::ThreadLocalSlot*> settings_slot{nullptr};
+  rivet::MemoryCallbackHandle memory_callback = rivet::MemoryCallbackHandle::kInvalid;
+};
+
+Runtime& runtime() {
+  static auto* const instance = new Runtime;
+  return *instance;
+}
+
+// ICU is shared with the host and other modules: the library initialises it
+// on first use and cleans it up only when its own use count drops to 0.
+std::mutex& icu_lock() {
+  static auto* const lock = new std::mutex;
+  return *lock;
+}
+int icu_use_count = 0;
+
+void acquire_icu() {
+  std::lock_guard<std::mutex> lock(icu_lock());
+  if (icu_use_count++ == 0) {
+    UErrorCode status = U_ZERO_ERROR;
+    u_init(&status);
+    if (U_FAILURE(status)) {
+      std::fprintf(stderr, "core: ICU cannot start: %s\n", u_errorName(status));
+      std::abort();
+    }
+  }
+}
+
+void release_icu() {
+  std::lock_guard<std::mutex> lock(icu_lock());
+  if (--icu_use_count == 0) u_cleanup();
+}
+
+void release_thread_settings(void* settings) { static_cast<Thread*>(settings)->unref(); }
+
+// The class objects of the library's own types.
+template <TypeCode kCode>
+IUnknown* primitive_type_object() {
+  return primitive_type(kCode);
+}
+
+const SCOM_ClassMapEntry kCoreClasses[] = {
+    {kUndefinedTypeClsid, &primitive_type_object<TypeCode::Undefined>, nullptr},
+    {kNullTypeClsid, &primitive_type_object<TypeCode::Null>, nullptr},
+    {kBooleanTypeClsid, &primitive_type_object<TypeCode::Boolean>, nullptr},
+    {kNumberTypeClsid, &primitive_type_object<TypeCode::Number>, nullptr},
+    {kStringTypeClsid, &primitive_type_object<TypeCode::String>, nullptr},
+    {kDateTypeClsid, &primitive_type_object<TypeCode::Date>, nullptr},
+    {kTypeTypeClsid, &primitive_type_object<TypeCode::Type>, nullptr},
+    {kComObjectTypeClsid, &com_object_type_object, nullptr},
+    {kBinaryDataTypeClsid, &binary_data_type_object, nullptr},
+};
+
+// The library's own component module: its messages are the bundle "basalt".
+SCOM_Module& core_module() {
+  static auto* const module = new SCOM_Module("core", "basalt", kCoreClasses);
+  return *module;
+}
+
+// Hands the embedded message data to ICU under the bundle's name, so that
+// opening "basalt" finds it without any file. Should ICU refuse it, lookups
+// find no texts, which the library survives: descriptions then carry only
+// their details.
+// Asked by rivet to give memory back: the library's caches that can be
+// rebuilt on demand let go of what nobody uses.
+size_t release_caches(void*, size_t) { return trim_locale_cache(); }
+
+void register_message_data() {
+  UErrorCode status = U_ZERO_ERROR;
+  udata_setAppData("basalt", kBasaltData, &status);
+}
+
+}  // namespace
+
+void start_library() {
+  Runtime& state = runtime();
+  std::call_once(state.started, [&state] {
+    state.settings_slot = new platform::ThreadLocalSlot(&release_thread_settings);
+    acquire_icu();
+    register_message_data();
+    core_module().initialize();
+    state.memory_callback = rivet::register_memory_callback(&release_caches, nullptr);
+  });
+}
+
+void stop_library() {
+  Runtime& state = runtime();
+  std::call_once(state.stopped, [&state] {
+    if (state.settings_slot == nullptr) return;  // never started
+    rivet::unregister_memory_callback(state.memory_callback);
+    core_module().cleanup();
+    // Other threads' settings go with their threads; the unloading thread's
+    // would outlive the slot, so they are released here.
+    platform::ThreadLocalSlot* slot = state.settings_slot.exchange(nullptr);
+    if (void* settings = slot->get()) {
+      slot->set(nullptr);
+      release_thread_settings(settings);
+    }
+    release_icu();
+    delete slot;
+  });
+}
+
+platform::ThreadLocalSlot& thread_settings_slot() {
+  platform::ThreadLocalSlot* slot = runtime().settings_slot.load(std::memory_order_acquire);
+  if (slot == nullptr) {
+    start_library();
+    slot = runtime().settings_slot.load(std::memory_order_acquire);
+  }
+  return *slot;
+}
+
+}  // namespace detail
+
+void CoreInit() { detail::start_library(); }
+
+void CoreDeinit() {}
+
+CoreInitManager::CoreInitManager() { detail::start_library(); }
+
+CoreInitManager::~CoreInitManager() = default;
+
+}  // namespace core

@@ -1,0 +1,144 @@
+// Implements core/messages.h: message texts by "IDS_" identifier and their formatting.
+#include "core/messages.h"
+
+#include <unicode/ures.h>
+
+#include <atomic>
+#include <cstring>
+
+#include "base/resource_tracker.h"
+#include "core/resource_bundle.h"
+#include "core/scom.h"
+
+namespace core {
+namespace {
+
+// Every identifier whose text takes arguments, with the kinds of its
+// placeholders in order. A test holds every text of every language to it.
+struct MessageSignature {
+  const char* id;
+  const char* arguments;
+};
+
+constexpr MessageSignature kMessageSignatures[] = {
+    {"IDS_BADLOCALENAME", "s"},
+    {"IDS_BADTIMEZONEID", "s"},
+    {"IDS_PARAMETER_N_TYPE_MISMATCH", "d"},
+    {"IDS_PARAMETER_N_VALUE_MISMATCH", "d"},
+    {"IDS_TYPEERROR_TYPENOTDEFINED", "s"},
+};
+
+std::atomic<MissingResourceTracker> missing_resource_tracker{nullptr};
+
+void append_decimal(String& out, long long number) {
+  // Digits are produced from the magnitude as unsigned, so the most negative
+  // value needs no special case.
+  unsigned long long magnitude =
+      number < 0 ? 0ull - static_cast<unsigned long long>(number) : number;
+  char16_t digits[24];
+  int count = 0;
+  do {
+    digits[count++] = static_cast<char16_t>(u'0' + magnitude % 10);
+    magnitude /= 10;
+  } while (magnitude != 0);
+  if (number < 0) out += u'-';
+  while (count > 0) out += digits[--count];
+}
+
+}  // namespace
+
+namespace detail {
+
+void report_missing_resource(const char* bundle, const char* id) {
+  if (MissingResourceTracker tracker = missing_resource_tracker.load(std::memory_order_acquire)) {
+    tracker(bundle, id);
+  }
+}
+
+}  // namespace detail
+
+void set_missing_resource_tracker(MissingResourceTracker tracker) {
+  missing_resource_tracker.store(tracker, std::memory_order_release);
+}
+
+String load_wstring(SCOM_ResourceBundle* bundle, const char* id) {
+  if (bundle == nullptr || id == nullptr) return String();
+  size_t length = 0;
+  const char16_t* text = bundle->getString(id, SCOM_Context::current().locale(), length);
+  return text == nullptr ? String() : String(text, length);
+}
+
+String load_core_wstring(const char* id) { return load_module_wstring("core", id); }
+
+String load_module_wstring(const char* module, const char* id) {
+  if (module == nullptr) return String();
+  return load_wstring(SCOM_Context::current().resourceBundle(module), id);
+}
+
+String load_module_part_wstring(const char* module, const char* id, int index) {
+  if (index < 0) return String();
+  const String text = load_module_wstring(module, id);
+  size_t begin = 0;
+  for (int part = 0; part < index; ++part) {
+    begin = text.find(u'\n', begin);
+    if (begin == String::npos) return String();
+    ++begin;
+  }
+  const size_t end = text.find(u'\n', begin);
+  return text.substr(begin, end == String::npos ? String::npos : end - begin);
+}
+
+String format_message(std::u16string_view pattern, std::initializer_list<MessageArg> args) {
+  String out;
+  out.reserve(pattern.size());
+  const MessageArg* next = args.begin();
+  size_t i = 0;
+  while (i < pattern.size()) {
+    const size_t percent = pattern.find(u'%', i);
+    if (percent == std::u16string_view::npos || percent + 1 == pattern.size()) {
+      out += pattern.substr(i);
+      break;
+    }
+    out += pattern.substr(i, percent - i);
+    const char16_t kind = pattern[percent + 1];
+    i = percent + 2;
+    if (kind == u'%') {
+      out += u'%';
+    } else if (kind == u'd' && next != args.end() && !next->isText()) {
+      append_decimal(out, (next++)->number());
+    } else if (kind == u's' && next != args.end() && next->isText()) {
+      out += (next++)->text();
+    } else {
+      out += pattern.substr(percent, 2);
+    }
+  }
+  return out;
+}
+
+std::vector<std::string> core_message_identifiers() {
+  std::vector<std::string> ids;
+  UErrorCode status = U_ZERO_ERROR;
+  UResourceBundle* root = ures_openDirect("basalt", "root", &status);
+  if (U_SUCCESS(status)) {
+    ids.reserve(static_cast<size_t>(ures_getSize(root)));
+    ures_resetIterator(root);
+    while (ures_hasNext(root)) {
+      UResourceBundle* item = ures_getNextResource(root, nullptr, &status);
+      if (U_FAILURE(status)) break;
+      ids.emplace_back(ures_getKey(item));
+      ures_close(item);
+    }
+  }
+  ures_close(root);
+  return ids;
+}
+
+std::string_view message_arguments(const char* id) noexcept {
+  if (id == nullptr) return {};
+  for (const MessageSignature& signature : kMessageSignatures) {
+    if (std::strcmp(signature.id, id) == 0) return signature.arguments;
+  }
+  return {};
+}
+
+}  // namespace core

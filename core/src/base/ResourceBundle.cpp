@@ -1,0 +1,115 @@
+// Implements core/resource_bundle.h: a module's texts, opened and cached per locale.
+#include "core/resource_bundle.h"
+
+#include <unicode/ures.h>
+
+#include <algorithm>
+#include <mutex>
+#include <shared_mutex>
+#include <utility>
+#include <vector>
+
+#include "base/locale_data.h"
+#include "base/resource_tracker.h"
+
+namespace core {
+
+// The opened ICU bundles, one per locale in the order of first use. Locales
+// of one name share their data object, so its address identifies the locale.
+struct SCOM_ResourceBundle::Impl {
+  explicit Impl(const char* bundle_name) : name(bundle_name == nullptr ? "" : bundle_name) {}
+
+  // The ICU bundle for `locale`, opened on first use; null when not even the
+  // root data can be opened.
+  UResourceBundle* bundleFor(const Locale& locale) {
+    const detail::LocaleData* key = &locale.data();
+    {
+      std::shared_lock<std::shared_mutex> lock(mutex);
+      if (UResourceBundle* found = find(key)) return found;
+    }
+    std::unique_lock<std::shared_mutex> lock(mutex);
+    if (UResourceBundle* found = find(key)) return found;
+    UResourceBundle* opened = open(locale.data().icu.getName());
+    entries.emplace_back(key, opened);
+    return opened;
+  }
+
+  UResourceBundle* find(const detail::LocaleData* key) const {
+    for (const auto& [locale, bundle] : entries) {
+      if (locale == key) return bundle;
+    }
+    return nullptr;
+  }
+
+  // ICU answers a locale it has no data for with the bundle of the process's
+  // default locale; the library wants the root texts then, not a language
+  // that happens to be the default.
+  UResourceBundle* open(const char* locale_name) const {
+    UErrorCode status = U_ZERO_ERROR;
+    UResourceBundle* bundle = ures_open(name.c_str(), locale_name, &status);
+    if (status == U_USING_DEFAULT_WARNING) {
+      ures_close(bundle);
+      status = U_ZERO_ERROR;
+      bundle = ures_openDirect(name.c_str(), "root", &status);
+    }
+    if (U_FAILURE(status)) {
+      ures_close(bundle);
+      return nullptr;
+    }
+    return bundle;
+  }
+
+  void closeAll() {
+    std::unique_lock<std::shared_mutex> lock(mutex);
+    for (const auto& entry : entries) ures_close(entry.second);
+    entries.clear();
+  }
+
+  const std::string name;
+  std::shared_mutex mutex;
+  // A locale whose bundle could not be opened keeps a null entry, so that it
+  // is not tried again on every lookup.
+  std::vector<std::pair<const detail::LocaleData*, UResourceBundle*>> entries;
+};
+
+SCOM_ResourceBundle::SCOM_ResourceBundle(const char* name) : impl_(std::make_unique<Impl>(name)) {}
+
+SCOM_ResourceBundle::~SCOM_ResourceBundle() { impl_->closeAll(); }
+
+const char16_t* SCOM_ResourceBundle::getString(const char* key, const Locale& locale,
+                                               size_t& length) {
+  length = 0;
+  UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
+  if (bundle == nullptr) return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  int32_t units = 0;
+  const UChar* text = ures_getStringByKey(bundle, key, &units, &status);
+  if (U_FAILURE(status)) return nullptr;
+  if (status == U_USING_FALLBACK_WARNING || status == U_USING_DEFAULT_WARNING) {
+    detail::report_missing_resource(impl_->name.c_str(), key);
+  }
+  length = static_cast<size_t>(units);
+  return reinterpret_cast<const char16_t*>(text);
+}
+
+const uint8_t* SCOM_ResourceBundle::getBinary(const char* key, const Locale& locale,
+                                              size_t& length) {
+  length = 0;
+  UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
+  if (bundle == nullptr) return nullptr;
+  UErrorCode status = U_ZERO_ERROR;
+  UResourceBundle* item = ures_getByKey(bundle, key, nullptr, &status);
+  int32_t bytes = 0;
+  const uint8_t* data = U_SUCCESS(status) ? ures_getBinary(item, &bytes, &status) : nullptr;
+  // The bytes belong to the bundle's data, not to the item: they outlive it.
+  ures_close(item);
+  if (U_FAILURE(status)) return nullptr;
+  length = static_cast<size_t>(bytes);
+  return data;
+}
+
+const char* SCOM_ResourceBundle::name() const noexcept { return impl_->name.c_str(); }
+
+void SCOM_ResourceBundle::cleanup() { impl_->closeAll(); }
+
+}  // namespace core

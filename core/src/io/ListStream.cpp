@@ -1,0 +1,1412 @@
+// Implements core/list_stream.h: the brace-list text and binary streams.
+#include <unicode/uchar.h>
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "core/exception.h"
+#include "core/list_stream.h"
+
+namespace core {
+namespace {
+
+[[noreturn]] void fail() { throw ListStreamException(); }
+
+constexpr char kBase64Alphabet[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr char16_t kHexDigits[] = u"0123456789abcdef";
+
+// The values of the Base64 characters, -1 for every other byte.
+constexpr std::array<signed char, 128> kBase64Values = [] {
+  std::array<signed char, 128> values{};
+  for (auto& value : values) value = -1;
+  for (int i = 0; i < 64; ++i)
+    values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
+  return values;
+}();
+
+// White space as ICU's u_isspace has it, looked up in a table below 128.
+const std::array<bool, 128> kAsciiSpace = [] {
+  std::array<bool, 128> table{};
+  for (UChar32 c = 0; c < 128; ++c) table[c] = u_isspace(c) != 0;
+  return table;
+}();
+
+inline bool is_space(char16_t c) { return c < 128 ? kAsciiSpace[c] : u_isspace(c) != 0; }
+
+int hex_value(char16_t c) {
+  if (c >= u'0' && c <= u'9') return c - u'0';
+  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
+  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
+  return -1;
+}
+
+// Appends the Base64 form of `data`, with "\r\n" between runs of 64
+// characters.
+template <class Out>
+void encode_base64(const unsigned char* data, std::size_t count, Out& out) {
+  std::size_t column = 0;
+  auto emit = [&](char c) {
+    if (column == 64) {
+      out.push_back(u'\r');
+      out.push_back(u'\n');
+      column = 0;
+    }
+    out.push_back(static_cast<char16_t>(c));
+    ++column;
+  };
+  std::size_t i = 0;
+  for (; i + 3 <= count; i += 3) {
+    const std::uint32_t v =
+        (std::uint32_t{data[i]} << 16) | (std::uint32_t{data[i + 1]} << 8) | data[i + 2];
+    emit(kBase64Alphabet[v >> 18]);
+    emit(kBase64Alphabet[(v >> 12) & 63]);
+    emit(kBase64Alphabet[(v >> 6) & 63]);
+    emit(kBase64Alphabet[v & 63]);
+  }
+  if (i < count) {
+    std::uint32_t v = std::uint32_t{data[i]} << 16;
+    if (i + 1 < count) v |= std::uint32_t{data[i + 1]} << 8;
+    emit(kBase64Alphabet[v >> 18]);
+    emit(kBase64Alphabet[(v >> 12) & 63]);
+    emit(i + 1 < count ? kBase64Alphabet[(v >> 6) & 63] : '=');
+    emit('=');
+  }
+}
+
+// Decodes Base64 text, white space ignored; anything else malformed throws.
+void decode_base64(std::u16string_view text, std::string& out) {
+  out.clear();
+  out.reserve(text.size() / 4 * 3);
+  std::uint32_t group = 0;
+  int filled = 0;
+  int padding = 0;
+  for (const char16_t c : text) {
+    if (is_space(c)) continue;
+    if (c == u'=') {
+      if (filled < 2) fail();
+      ++padding;
+      ++filled;
+    } else {
+      if (padding != 0 || c >= 128 || kBase64Values[c] < 0) fail();
+      group = (group << 6) | static_cast<std::uint32_t>(kBase64Values[c]);
+      ++filled;
+    }
+    if (filled == 4) {
+      if (padding == 0) {
+        out.push_back(static_cast<char>(group >> 16));
+        out.push_back(static_cast<char>(group >> 8));
+        out.push_back(static_cast<char>(group));
+      } else {
+        group <<= 6 * padding;
+        out.push_back(static_cast<char>(group >> 16));
+        if (padding == 1) out.push_back(static_cast<char>(group >> 8));
+        // The bits that padding leaves out must be zero, so that every byte
+        // block has exactly one text.
+        if ((padding == 1 && (group & 0xFF) != 0) || (padding == 2 && (group & 0xFFFF) != 0))
+          fail();
+      }
+      group = 0;
+      filled = 0;
+    } else if (padding != 0 && filled == 0) {
+      fail();
+    }
+  }
+  if (filled != 0) fail();
+  // After padding the group closes, and nothing may follow.
+}
+
+std::u16string_view trim(std::u16string_view word) {
+  while (!word.empty() && is_space(word.back())) word.remove_suffix(1);
+  while (!word.empty() && is_space(word.front())) word.remove_prefix(1);
+  return word;
+}
+
+// Reads "-"? digits into a sign and magnitude; false when the text is not
+// such an integer or the magnitude exceeds 64 bits.
+bool parse_integer(std::u16string_view text, bool& negative, std::uint64_t& magnitude) {
+  negative = !text.empty() && text.front() == u'-';
+  if (negative) text.remove_prefix(1);
+  if (text.empty()) return false;
+  std::uint64_t value = 0;
+  for (const char16_t c : text) {
+    if (c < u'0' || c > u'9') return false;
+    const auto digit = static_cast<std::uint64_t>(c - u'0');
+    if (value > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) return false;
+    value = value * 10 + digit;
+  }
+  magnitude = value;
+  return true;
+}
+
+// "-"? digits ("." digits)?, with at least one digit.
+bool is_decimal(std::u16string_view text) {
+  if (!text.empty() && text.front() == u'-') text.remove_prefix(1);
+  bool digit = false;
+  bool point = false;
+  for (const char16_t c : text) {
+    if (c >= u'0' && c <= u'9') {
+      digit = true;
+    } else if (c == u'.' && !point) {
+      point = true;
+    } else {
+      return false;
+    }
+  }
+  return digit;
+}
+
+Numeric parse_numeric(std::u16string_view text) {
+  if (!is_decimal(text)) fail();
+  std::string ascii(text.begin(), text.end());
+  Numeric value;
+  try {
+    value.fromString(ascii.c_str());
+  } catch (const NumericException&) {
+    fail();
+  }
+  return value;
+}
+
+bool parse_double(std::u16string_view text, double& value) {
+  if (text.empty() || text.size() > 400) return false;
+  char ascii[401];
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] >= 128) return false;
+    ascii[i] = static_cast<char>(text[i]);
+  }
+  const auto [end, error] = std::from_chars(ascii, ascii + text.size(), value);
+  return error == std::errc() && end == ascii + text.size();
+}
+
+bool parse_guid(std::u16string_view text, GUID& value) {
+  return text.size() == 36 && GUID::tryParse(text, value);
+}
+
+constexpr std::uint8_t kCommaFlag = 0x80;
+constexpr std::uint8_t kBeginFlag = 0x40;
+constexpr std::uint8_t kEndFlag = 0x20;
+constexpr std::uint8_t kKindMask = 0x1F;
+
+enum Kind : std::uint8_t {
+  kSmallFirst = 1,
+  kSmallLast = 10,
+  kU8 = 11,
+  kN8 = 12,
+  kU16 = 13,
+  kN16 = 14,
+  kU32 = 15,
+  kN32 = 16,
+  kU64 = 17,
+  kN64 = 18,
+  kFloat = 19,
+  kDouble = 20,
+  kGuid = 21,
+  kNumeric = 22,
+  kString8 = 23,
+  kString16 = 24,
+  kString64 = 25,
+  kBytes8 = 26,
+  kBytes16 = 27,
+  kBytes64 = 28,
+};
+
+// ---------------------------------------------------------------------------
+// The text encoding, writing side.
+
+class TextListOut final : public UnknownImpl<IListOutStream> {
+ public:
+  explicit TextListOut(IWriter* writer) : writer_(writer) { buffer_.reserve(kBufferSize + 64); }
+  ~TextListOut() override {
+    try {
+      close();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
+
+  void putBeginOfList() override {
+    open();
+    comma();
+    afterEnd_ = false;
+    if (!atStart_) buffer_.push_back(u'\n');
+    buffer_.push_back(u'{');
+    atStart_ = false;
+    ++depth_;
+    spill();
+  }
+  void putEndOfList() override {
+    open();
+    if (depth_ == 0) fail();
+    --depth_;
+    if (afterEnd_) buffer_.push_back(u'\n');
+    buffer_.push_back(u'}');
+    needComma_ = true;
+    afterEnd_ = true;
+    atStart_ = false;
+    spill();
+  }
+  void putSigned(std::int64_t value) override {
+    const std::uint64_t magnitude =
+        value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+    beginValue();
+    if (value < 0) buffer_.push_back(u'-');
+    appendDecimal(magnitude);
+    endValue();
+  }
+  void putUnsigned(std::uint64_t value) override {
+    beginValue();
+    appendDecimal(value);
+    endValue();
+  }
+  void putFloat(float value) override { putDouble(static_cast<double>(value)); }
+  void putDouble(double value) override {
+    char text[64];
+    const auto result = std::to_chars(text, text + sizeof text, value);
+    beginValue();
+    for (const char* p = text; p != result.ptr; ++p) buffer_.push_back(static_cast<char16_t>(*p));
+    endValue();
+  }
+  void putGuid(const GUID& value) override {
+    beginValue();
+    auto hex = [this](std::uint64_t v, int digits) {
+      for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        buffer_.push_back(kHexDigits[(v >> shift) & 15]);
+    };
+    hex(value.Data1, 8);
+    buffer_.push_back(u'-');
+    hex(value.Data2, 4);
+    buffer_.push_back(u'-');
+    hex(value.Data3, 4);
+    buffer_.push_back(u'-');
+    hex(value.Data4[0], 2);
+    hex(value.Data4[1], 2);
+    buffer_.push_back(u'-');
+    for (int i = 2; i < 8; ++i) hex(value.Data4[i], 2);
+    endValue();
+  }
+  void putString(const char16_t* text, std::size_t count) override {
+    beginValue();
+    buffer_.push_back(u'"');
+    // Runs without quotes and surrogates go over in one piece.
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      const char16_t c = text[i];
+      if (c == u'"' || (c >= 0xD800 && c <= 0xDFFF)) {
+        start = i;
+        break;
+      }
+      start = i + 1;
+    }
+    buffer_.append(text, start);
+    for (std::size_t i = start; i < count; ++i) {
+      const char16_t c = text[i];
+      if (c == u'"') {
+        buffer_.push_back(u'"');
+        buffer_.push_back(u'"');
+      } else if (c >= 0xD800 && c <= 0xDFFF) {
+        buffer_.push_back(u'"');
+        buffer_.push_back(u'\\');
+        for (int shift = 12; shift >= 0; shift -= 4)
+          buffer_.push_back(kHexDigits[(c >> shift) & 15]);
+      } else {
+        buffer_.push_back(c);
+      }
+      if (buffer_.size() >= kBufferSize) spill();
+    }
+    buffer_.push_back(u'"');
+    endValue();
+  }
+  void putBytes(const void* data, std::size_t count) override {
+    beginValue();
+    encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+    endValue();
+  }
+  void putNumeric(const Numeric& value) override {
+    const String text = value.toString();
+    beginValue();
+    buffer_.append(text.data(), text.size());
+    endValue();
+  }
+  void flush() override {
+    open();
+    spill(true);
+    writer_->flush();
+  }
+  void close() override {
+    if (!writer_) return;
+    spill(true);
+    writer_->flush();
+    writer_.reset();
+  }
+
+ private:
+  static constexpr std::size_t kBufferSize = 8192;
+
+  void open() const {
+    if (!writer_) fail();
+  }
+  void comma() {
+    if (needComma_) {
+      buffer_.push_back(u',');
+      needComma_ = false;
+    }
+  }
+  void beginValue() {
+    open();
+    comma();
+  }
+  void endValue() {
+    needComma_ = true;
+    afterEnd_ = false;
+    atStart_ = false;
+    spill();
+  }
+  void appendDecimal(std::uint64_t value) {
+    char16_t digits[20];
+    int n = 0;
+    do {
+      digits[n++] = static_cast<char16_t>(u'0' + value % 10);
+      value /= 10;
+    } while (value != 0);
+    while (n > 0) buffer_.push_back(digits[--n]);
+  }
+  void spill(bool all = false) {
+    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
+      writer_->write(buffer_.data(), buffer_.size());
+      buffer_.clear();
+    }
+  }
+
+  InterfacePtr<IWriter> writer_;
+  std::u16string buffer_;
+  bool needComma_ = false;
+  bool afterEnd_ = false;
+  bool atStart_ = true;
+  std::size_t depth_ = 0;
+};
+
+// ---------------------------------------------------------------------------
+// The text encoding, reading side.
+
+class TextListIn final : public UnknownImpl<IListInStream> {
+ public:
+  explicit TextListIn(IReader* reader) : reader_(reader) {}
+
+  void getBeginOfList() override {
+    takeComma();
+    skipSpace();
+    if (peekChar() != u'{') fail();
+    advance();
+    ++depth_;
+    elementRead_ = false;
+    afterComma_ = false;
+  }
+  void getEndOfList() override {
+    skipSpace();
+    if (peekChar() != u'}' || depth_ == 0 || afterComma_) fail();
+    advance();
+    --depth_;
+    elementRead_ = true;
+  }
+  bool getComma() override {
+    skipSpace();
+    if (peekChar() != u',') return false;
+    advance();
+    elementRead_ = false;
+    afterComma_ = true;
+    return true;
+  }
+  ListToken peek() override {
+    skipSpace();
+    switch (peekChar()) {
+      case kEnd:
+        return ListToken::End;
+      case u',':
+        return ListToken::Comma;
+      case u'{':
+        return ListToken::BeginOfList;
+      case u'}':
+        return ListToken::EndOfList;
+      case u'"':
+        return ListToken::String;
+      default:
+        return ListToken::Word;
+    }
+  }
+  void getInteger(bool& negative, std::uint64_t& magnitude) override {
+    if (readElement() || !parse_integer(trim(word_), negative, magnitude)) fail();
+  }
+  double getDouble() override {
+    double value = 0;
+    if (readElement() || !parse_double(trim(word_), value)) fail();
+    return value;
+  }
+  float getFloat() override {
+    const double value = getDouble();
+    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) fail();
+    return static_cast<float>(value);
+  }
+  GUID getGuid() override {
+    GUID value{};
+    if (readElement() || !parse_guid(trim(word_), value)) fail();
+    return value;
+  }
+  void getString(String& out) override {
+    if (readElement()) {
+      out = String(std::u16string_view(word_));
+      return;
+    }
+    const std::u16string_view word = trim(word_);
+    if (word.empty()) fail();
+    out = String(word);
+  }
+  void getBytes(std::string& out) override {
+    if (readElement()) fail();
+    decode_base64(word_, out);
+  }
+  void getNumeric(Numeric& out) override {
+    if (readElement()) fail();
+    out = parse_numeric(trim(word_));
+  }
+  void skipListContent(String* saved) override {
+    saved_ = saved;
+    try {
+      skip();
+    } catch (...) {
+      saved_ = nullptr;
+      throw;
+    }
+    saved_ = nullptr;
+  }
+  std::uint64_t position() override { return consumed_ + position_; }
+
+ private:
+  static constexpr int kEnd = -1;
+
+  int peekChar() {
+    if (position_ == size_ && !refill()) return kEnd;
+    return buffer_[position_];
+  }
+  void advance() {
+    if (saved_ != nullptr) saved_->append(buffer_[position_]);
+    ++position_;
+  }
+  bool refill() {
+    if (eof_) return false;
+    consumed_ += size_;
+    position_ = 0;
+    size_ = reader_->read(buffer_.data(), buffer_.size());
+    if (size_ == 0) eof_ = true;
+    return size_ != 0;
+  }
+  void skipSpace() {
+    for (;;) {
+      while (position_ < size_) {
+        if (!is_space(buffer_[position_])) return;
+        advance();
+      }
+      if (!refill()) return;
+    }
+  }
+  // The comma between this element and the previous one.
+  void takeComma() {
+    if (!elementRead_) return;
+    skipSpace();
+    if (peekChar() != u',') fail();
+    advance();
+    elementRead_ = false;
+  }
+  // Reads one element into word_; true when it was a quoted string.
+  bool readElement() {
+    takeComma();
+    skipSpace();
+    word_.clear();
+    int c = peekChar();
+    if (c == kEnd) fail();
+    elementRead_ = true;
+    afterComma_ = false;
+    if (c == u'"') {
+      advance();
+      for (;;) {
+        c = peekChar();
+        if (c == kEnd) fail();
+        advance();
+        if (c != u'"') {
+          word_.push_back(static_cast<char16_t>(c));
+          continue;
+        }
+        c = peekChar();
+        if (c == u'"') {
+          advance();
+          word_.push_back(u'"');
+        } else if (c == u'\\') {
+          advance();
+          int unit = 0;
+          for (int i = 0; i < 4; ++i) {
+            c = peekChar();
+            if (c == kEnd) fail();
+            const int digit = hex_value(static_cast<char16_t>(c));
+            if (digit < 0) fail();
+            advance();
+            unit = unit * 16 + digit;
+          }
+          word_.push_back(static_cast<char16_t>(unit));
+        } else {
+          return true;
+        }
+      }
+    }
+    for (;;) {
+      while (position_ < size_) {
+        const char16_t ch = buffer_[position_];
+        if (ch == u',' || ch == u'}') return false;
+        word_.push_back(ch);
+        advance();
+      }
+      if (!refill()) return false;
+    }
+  }
+  void skipQuoted() {
+    advance();
+    for (;;) {
+      int c = peekChar();
+      if (c == kEnd) fail();
+      advance();
+      if (c != u'"') continue;
+      c = peekChar();
+      if (c == u'"') {
+        advance();
+      } else if (c == u'\\') {
+        advance();
+        for (int i = 0; i < 4; ++i) {
+          c = peekChar();
+          if (c == kEnd || hex_value(static_cast<char16_t>(c)) < 0) fail();
+          advance();
+        }
+      } else {
+        return;
+      }
+    }
+  }
+  void skip() {
+    std::size_t nested = 0;
+    bool expectElement = !elementRead_;
+    bool comma = afterComma_;
+    for (;;) {
+      skipSpace();
+      const int c = peekChar();
+      if (c == kEnd) fail();
+      if (!expectElement) {
+        if (c == u',') {
+          advance();
+          expectElement = true;
+          comma = true;
+          continue;
+        }
+        if (c != u'}') fail();
+        if (nested == 0) break;
+        advance();
+        --nested;
+        continue;
+      }
+      if (c == u'}') {
+        if (comma) fail();
+        if (nested == 0) break;
+        advance();
+        --nested;
+        expectElement = false;
+        continue;
+      }
+      comma = false;
+      expectElement = false;
+      if (c == u'{') {
+        advance();
+        ++nested;
+        expectElement = true;
+      } else if (c == u'"') {
+        skipQuoted();
+      } else {
+        for (;;) {
+          const int w = peekChar();
+          if (w == kEnd || w == u',' || w == u'}') break;
+          advance();
+        }
+      }
+    }
+    elementRead_ = true;
+    afterComma_ = false;
+  }
+
+  InterfacePtr<IReader> reader_;
+  std::array<char16_t, 4096> buffer_{};
+  std::size_t position_ = 0;
+  std::size_t size_ = 0;
+  std::uint64_t consumed_ = 0;
+  bool eof_ = false;
+  bool elementRead_ = false;
+  bool afterComma_ = false;
+  std::size_t depth_ = 0;
+  std::u16string word_;
+  String* saved_ = nullptr;
+};
+
+// ---------------------------------------------------------------------------
+// The binary encoding, writing side.
+
+class BinaryListOut final : public UnknownImpl<IListOutStream> {
+ public:
+  explicit BinaryListOut(IFile* file) : file_(file) { buffer_.reserve(kBufferSize + 64); }
+  ~BinaryListOut() override {
+    try {
+      close();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
+
+  void putBeginOfList() override {
+    open();
+    comma();
+    if ((pending_ & (kBeginFlag | kKindMask)) != 0) emitPending();
+    pending_ |= kBeginFlag;
+    needComma_ = false;
+    ++depth_;
+  }
+  void putEndOfList() override {
+    open();
+    if (depth_ == 0) fail();
+    --depth_;
+    if (pending_ != 0) emitPending();
+    pending_ = kEndFlag;
+    needComma_ = true;
+  }
+  void putSigned(std::int64_t value) override {
+    if (value >= 0) {
+      putUnsigned(static_cast<std::uint64_t>(value));
+      return;
+    }
+    const std::uint64_t magnitude = 0 - static_cast<std::uint64_t>(value);
+    if (magnitude < 0x100) {
+      token(kN8);
+      little(magnitude, 1);
+    } else if (magnitude <= 0xFFFF) {
+      token(kN16);
+      little(magnitude, 2);
+    } else if (magnitude <= 0xFFFFFFFF) {
+      token(kN32);
+      little(magnitude, 4);
+    } else {
+      token(kN64);
+      little(magnitude, 8);
+    }
+    spill();
+  }
+  void putUnsigned(std::uint64_t value) override {
+    if (value <= 9) {
+      token(static_cast<std::uint8_t>(kSmallFirst + value));
+    } else if (value < 0x100) {
+      token(kU8);
+      little(value, 1);
+    } else if (value <= 0xFFFF) {
+      token(kU16);
+      little(value, 2);
+    } else if (value <= 0xFFFFFFFF) {
+      token(kU32);
+      little(value, 4);
+    } else {
+      token(kU64);
+      little(value, 8);
+    }
+    spill();
+  }
+  void putFloat(float value) override {
+    std::uint32_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    token(kFloat);
+    little(bits, 4);
+    spill();
+  }
+  void putDouble(double value) override {
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    token(kDouble);
+    little(bits, 8);
+    spill();
+  }
+  void putGuid(const GUID& value) override {
+    token(kGuid);
+    little(value.Data1, 4);
+    little(value.Data2, 2);
+    little(value.Data3, 2);
+    buffer_.append(reinterpret_cast<const char*>(value.Data4), 8);
+    spill();
+  }
+  void putString(const char16_t* text, std::size_t count) override {
+    if (count < 0x100) {
+      token(kString8);
+      little(count, 1);
+    } else if (count <= 0xFFFF) {
+      token(kString16);
+      little(count, 2);
+    } else {
+      token(kString64);
+      little(count, 8);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+      little(text[i], 2);
+      if (buffer_.size() >= kBufferSize) spill();
+    }
+    spill();
+  }
+  void putBytes(const void* data, std::size_t count) override {
+    if (count < 0x100) {
+      token(kBytes8);
+      little(count, 1);
+    } else if (count <= 0xFFFF) {
+      token(kBytes16);
+      little(count, 2);
+    } else {
+      token(kBytes64);
+      little(count, 8);
+    }
+    spill(true);
+    if (count >= kBufferSize) {
+      file_->write(data, count);
+    } else {
+      buffer_.append(static_cast<const char*>(data), count);
+    }
+    spill();
+  }
+  void putNumeric(const Numeric& value) override {
+    std::string text;
+    value.toString(text);
+    token(kNumeric);
+    std::uint64_t length = text.size();
+    do {
+      const auto byte = static_cast<std::uint8_t>(length & 0x7F);
+      length >>= 7;
+      buffer_.push_back(static_cast<char>(length != 0 ? byte | 0x80 : byte));
+    } while (length != 0);
+    buffer_.append(text);
+    spill();
+  }
+  void flush() override {
+    open();
+    spill(true);
+    file_->flush();
+  }
+  void close() override {
+    if (!file_) return;
+    if (pending_ != 0) emitPending();
+    spill(true);
+    file_->flush();
+    file_.reset();
+  }
+
+ private:
+  static constexpr std::size_t kBufferSize = 16384;
+
+  void open() const {
+    if (!file_) fail();
+  }
+  void comma() {
+    if (!needComma_) return;
+    if (pending_ != 0 && pending_ != kEndFlag) emitPending();
+    pending_ |= kCommaFlag;
+    needComma_ = false;
+  }
+  void emitPending() {
+    buffer_.push_back(static_cast<char>(pending_));
+    pending_ = 0;
+  }
+  // The token byte of a value of `kind`, with the flags pending before it.
+  void token(std::uint8_t kind) {
+    open();
+    comma();
+    if ((pending_ & kKindMask) != 0) emitPending();
+    buffer_.push_back(static_cast<char>(pending_ | kind));
+    pending_ = 0;
+    needComma_ = true;
+  }
+  void little(std::uint64_t value, int bytes) {
+    for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  }
+  void spill(bool all = false) {
+    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
+      file_->write(buffer_.data(), buffer_.size());
+      buffer_.clear();
+    }
+  }
+
+  InterfacePtr<IFile> file_;
+  std::string buffer_;
+  std::uint8_t pending_ = 0;
+  bool needComma_ = false;
+  std::size_t depth_ = 0;
+};
+
+// ---------------------------------------------------------------------------
+// The binary encoding, reading side.
+
+void copy_value(IListInStream& in, ListToken token, IListOutStream* out);
+
+class BinaryListIn final : public UnknownImpl<IListInStream> {
+ public:
+  explicit BinaryListIn(IFile* file) : file_(file) {}
+
+  void getBeginOfList() override {
+    takeComma();
+    if ((token_ & kBeginFlag) == 0) fail();
+    clear(kBeginFlag);
+    ++depth_;
+    elementRead_ = false;
+    afterComma_ = false;
+  }
+  void getEndOfList() override {
+    if (!loadToken() || (token_ & kEndFlag) == 0 || depth_ == 0 || afterComma_) fail();
+    clear(kEndFlag);
+    --depth_;
+    elementRead_ = true;
+  }
+  bool getComma() override {
+    if (!loadToken() || (token_ & kEndFlag) != 0 || (token_ & kCommaFlag) == 0) return false;
+    clear(kCommaFlag);
+    elementRead_ = false;
+    afterComma_ = true;
+    return true;
+  }
+  ListToken peek() override {
+    if (!loadToken()) return ListToken::End;
+    if ((token_ & kEndFlag) != 0) return ListToken::EndOfList;
+    if ((token_ & kCommaFlag) != 0) return ListToken::Comma;
+    if ((token_ & kBeginFlag) != 0) return ListToken::BeginOfList;
+    const std::uint8_t kind = token_ & kKindMask;
+    if (kind <= kN64) return ListToken::Integer;
+    if (kind <= kDouble) return ListToken::Float;
+    if (kind == kGuid) return ListToken::Guid;
+    if (kind == kNumeric) return ListToken::Numeric;
+    if (kind <= kString64) return ListToken::String;
+    if (kind <= kBytes64) return ListToken::Bytes;
+    fail();
+  }
+  void getInteger(bool& negative, std::uint64_t& magnitude) override {
+    integer(takeKind(), negative, magnitude);
+  }
+  double getDouble() override {
+    const std::uint8_t kind = takeKind();
+    if (kind == kDouble) {
+      const std::uint64_t bits = little(8);
+      double value;
+      std::memcpy(&value, &bits, sizeof value);
+      return value;
+    }
+    if (kind == kFloat) return static_cast<double>(floatPayload());
+    bool negative = false;
+    std::uint64_t magnitude = 0;
+    integer(kind, negative, magnitude);
+    const auto value = static_cast<double>(magnitude);
+    return negative ? -value : value;
+  }
+  float getFloat() override {
+    const std::uint8_t kind = takeKind();
+    if (kind != kFloat) fail();
+    return floatPayload();
+  }
+  GUID getGuid() override {
+    if (takeKind() != kGuid) fail();
+    GUID value{};
+    value.Data1 = static_cast<std::uint32_t>(little(4));
+    value.Data2 = static_cast<std::uint16_t>(little(2));
+    value.Data3 = static_cast<std::uint16_t>(little(2));
+    bytes(value.Data4, 8);
+    return value;
+  }
+  void getString(String& out) override {
+    const std::uint8_t kind = takeKind();
+    std::uint64_t count;
+    if (kind == kString8) {
+      count = little(1);
+    } else if (kind == kString16) {
+      count = little(2);
+    } else if (kind == kString64) {
+      count = little(8);
+    } else {
+      fail();
+    }
+    if (count > remaining() / 2) fail();
+    String text;
+    char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
+    bytes(units, static_cast<std::size_t>(count) * sizeof(char16_t));
+    if constexpr (std::endian::native == std::endian::big) {
+      for (std::uint64_t i = 0; i < count; ++i)
+        units[i] = static_cast<char16_t>((units[i] << 8) | (units[i] >> 8));
+    }
+    out = std::move(text);
+  }
+  void getBytes(std::string& out) override {
+    const std::uint8_t kind = takeKind();
+    std::uint64_t count;
+    if (kind == kBytes8) {
+      count = little(1);
+    } else if (kind == kBytes16) {
+      count = little(2);
+    } else if (kind == kBytes64) {
+      count = little(8);
+    } else {
+      fail();
+    }
+    if (count > remaining()) fail();
+    out.resize(static_cast<std::size_t>(count));
+    bytes(out.data(), out.size());
+  }
+  void getNumeric(Numeric& out) override {
+    const std::uint8_t kind = takeKind();
+    if (kind != kNumeric) {
+      bool negative = false;
+      std::uint64_t magnitude = 0;
+      integer(kind, negative, magnitude);
+      out = Numeric(static_cast<unsigned long long>(magnitude));
+      if (negative) out = Numeric(0) - out;
+      return;
+    }
+    std::uint64_t length = 0;
+    for (int shift = 0;; shift += 7) {
+      if (shift > 63) fail();
+      const std::uint64_t byte = little(1);
+      length |= (byte & 0x7F) << shift;
+      if ((byte & 0x80) == 0) break;
+    }
+    if (length > remaining()) fail();
+    std::string text(static_cast<std::size_t>(length), '\0');
+    bytes(text.data(), text.size());
+    const std::u16string wide(text.begin(), text.end());
+    out = parse_numeric(wide);
+  }
+  void skipListContent(String* saved) override {
+    InterfacePtr<StringWriter> text;
+    InterfacePtr<IListOutStream> out;
+    if (saved != nullptr) {
+      text.reset(new StringWriter);
+      out = create_text_list_out_stream(text.get());
+    }
+    std::size_t nested = 0;
+    for (;;) {
+      const ListToken token = peek();
+      if (token == ListToken::End) fail();
+      if (token == ListToken::Comma) {
+        getComma();
+      } else if (token == ListToken::EndOfList) {
+        if (nested == 0) break;
+        getEndOfList();
+        if (out) out->putEndOfList();
+        --nested;
+      } else if (token == ListToken::BeginOfList) {
+        getBeginOfList();
+        if (out) out->putBeginOfList();
+        ++nested;
+      } else {
+        copy_value(*this, token, out.get());
+      }
+    }
+    if (out) {
+      out->close();
+      saved->append(std::u16string_view(text->text()));
+    }
+  }
+  std::uint64_t position() override { return consumed_ + position_; }
+
+ private:
+  bool fill() {
+    if (position_ < size_) return true;
+    consumed_ += size_;
+    position_ = 0;
+    size_ = file_->read(buffer_.data(), buffer_.size());
+    return size_ != 0;
+  }
+  std::uint64_t remaining() {
+    const std::uint64_t length = file_->length();
+    const std::uint64_t at = file_->position();
+    return (size_ - position_) + (length > at ? length - at : 0);
+  }
+  void bytes(void* out, std::size_t count) {
+    auto* target = static_cast<unsigned char*>(out);
+    while (count > 0) {
+      if (!fill()) fail();
+      const std::size_t n = std::min(count, size_ - position_);
+      std::memcpy(target, buffer_.data() + position_, n);
+      position_ += n;
+      target += n;
+      count -= n;
+    }
+  }
+  std::uint64_t little(int count) {
+    unsigned char raw[8];
+    const unsigned char* p = raw;
+    if (size_ - position_ >= static_cast<std::size_t>(count)) {
+      p = buffer_.data() + position_;
+      position_ += static_cast<std::size_t>(count);
+    } else {
+      bytes(raw, static_cast<std::size_t>(count));
+    }
+    std::uint64_t value = 0;
+    for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
+    return value;
+  }
+  float floatPayload() {
+    const auto bits = static_cast<std::uint32_t>(little(4));
+    float value;
+    std::memcpy(&value, &bits, sizeof value);
+    return value;
+  }
+  bool loadToken() {
+    if (token_ != 0) return true;
+    if (!fill()) return false;
+    token_ = buffer_[position_++];
+    if (token_ == 0) fail();
+    return true;
+  }
+  void clear(std::uint8_t flag) { token_ &= static_cast<std::uint8_t>(~flag); }
+  void takeComma() {
+    if (!loadToken() || (token_ & kEndFlag) != 0) fail();
+    const bool comma = (token_ & kCommaFlag) != 0;
+    if (comma != elementRead_) fail();
+    clear(kCommaFlag);
+    elementRead_ = false;
+    if (token_ == 0 && !loadToken()) fail();
+  }
+  std::uint8_t takeKind() {
+    takeComma();
+    if ((token_ & (kBeginFlag | kEndFlag | kCommaFlag)) != 0) fail();
+    const std::uint8_t kind = token_;
+    if (kind > kBytes64) fail();
+    token_ = 0;
+    elementRead_ = true;
+    afterComma_ = false;
+    return kind;
+  }
+  void integer(std::uint8_t kind, bool& negative, std::uint64_t& magnitude) {
+    negative = false;
+    if (kind >= kSmallFirst && kind <= kSmallLast) {
+      magnitude = kind - kSmallFirst;
+      return;
+    }
+    if (kind < kU8 || kind > kN64) fail();
+    static constexpr int kSizes[] = {1, 1, 2, 2, 4, 4, 8, 8};
+    negative = ((kind - kU8) & 1) != 0;
+    magnitude = little(kSizes[kind - kU8]);
+  }
+
+  InterfacePtr<IFile> file_;
+  std::array<unsigned char, 16384> buffer_{};
+  std::size_t position_ = 0;
+  std::size_t size_ = 0;
+  std::uint64_t consumed_ = 0;
+  std::uint8_t token_ = 0;
+  bool elementRead_ = false;
+  bool afterComma_ = false;
+  std::size_t depth_ = 0;
+};
+
+// Writes an integer of any sign and magnitude; a negative magnitude beyond
+// the range of int64 goes out as a decimal number.
+void put_integer(IListOutStream* out, bool negative, std::uint64_t magnitude) {
+  if (out == nullptr) return;
+  if (!negative || magnitude == 0) {
+    out->putUnsigned(magnitude);
+  } else if (magnitude <= std::uint64_t{1} << 63) {
+    out->putSigned(static_cast<std::int64_t>(0 - magnitude));
+  } else {
+    out->putNumeric(Numeric(0) - Numeric(static_cast<unsigned long long>(magnitude)));
+  }
+}
+
+// Reads the value that `token` announced and writes it to `out` (when not
+// null).
+void copy_value(IListInStream& in, ListToken token, IListOutStream* out) {
+  switch (token) {
+    case ListToken::Integer: {
+      bool negative = false;
+      std::uint64_t magnitude = 0;
+      in.getInteger(negative, magnitude);
+      put_integer(out, negative, magnitude);
+      return;
+    }
+    case ListToken::Float: {
+      const double value = in.getDouble();
+      if (out != nullptr) out->putDouble(value);
+      return;
+    }
+    case ListToken::Numeric: {
+      Numeric value;
+      in.getNumeric(value);
+      if (out != nullptr) out->putNumeric(value);
+      return;
+    }
+    case ListToken::Guid: {
+      const GUID value = in.getGuid();
+      if (out != nullptr) out->putGuid(value);
+      return;
+    }
+    case ListToken::String: {
+      String value;
+      in.getString(value);
+      if (out != nullptr) out->putString(value.data(), value.size());
+      return;
+    }
+    case ListToken::Bytes: {
+      std::string value;
+      in.getBytes(value);
+      if (out != nullptr) out->putBytes(value.data(), value.size());
+      return;
+    }
+    case ListToken::Word: {
+      String text;
+      in.getString(text);
+      const std::u16string_view word = text;
+      bool negative = false;
+      std::uint64_t magnitude = 0;
+      GUID guid{};
+      double number = 0;
+      if (parse_integer(word, negative, magnitude)) {
+        put_integer(out, negative, magnitude);
+        return;
+      }
+      if (is_decimal(word)) {
+        const Numeric value = parse_numeric(word);
+        if (out != nullptr) out->putNumeric(value);
+      } else if (parse_guid(word, guid)) {
+        if (out != nullptr) out->putGuid(guid);
+      } else if (parse_double(word, number)) {
+        if (out != nullptr) out->putDouble(number);
+      } else {
+        std::string bytes;
+        decode_base64(word, bytes);
+        if (out != nullptr) out->putBytes(bytes.data(), bytes.size());
+      }
+      return;
+    }
+    default:
+      fail();
+  }
+}
+
+}  // namespace
+
+InterfacePtr<IListOutStream> create_text_list_out_stream(IWriter* writer) {
+  return InterfacePtr<IListOutStream>(new TextListOut(writer));
+}
+InterfacePtr<IListOutStream> create_binary_list_out_stream(IFile* file) {
+  return InterfacePtr<IListOutStream>(new BinaryListOut(file));
+}
+InterfacePtr<IListInStream> create_text_list_in_stream(IReader* reader) {
+  return InterfacePtr<IListInStream>(new TextListIn(reader));
+}
+InterfacePtr<IListInStream> create_binary_list_in_stream(IFile* file) {
+  return InterfacePtr<IListInStream>(new BinaryListIn(file));
+}
+
+// ---------------------------------------------------------------------------
+// ListOutStream.
+
+ListOutStream::ListOutStream(IWriter* writer) : impl_(create_text_list_out_stream(writer)) {}
+ListOutStream::ListOutStream(IFile* file) : impl_(create_binary_list_out_stream(file)) {}
+ListOutStream::ListOutStream(IListOutStream* stream) : impl_(stream) {}
+ListOutStream::~ListOutStream() = default;
+
+IListOutStream* ListOutStream::impl() const {
+  if (!impl_) fail();
+  return impl_.get();
+}
+
+void ListOutStream::close() {
+  InterfacePtr<IListOutStream> impl = std::move(impl_);
+  if (impl) impl->close();
+}
+void ListOutStream::flush() { impl()->flush(); }
+void ListOutStream::putBeginOfList() { impl()->putBeginOfList(); }
+void ListOutStream::putEndOfList() { impl()->putEndOfList(); }
+
+void ListOutStream::put(const char16_t* text) {
+  if (text == nullptr) {
+    impl()->putString(u"", 0);
+    return;
+  }
+  put(String(text));
+}
+
+void ListOutStream::put(const char16_t* text, std::size_t count) {
+  std::size_t length = 0;
+  while (length < count && text[length] != 0) ++length;
+  impl()->putString(text, length);
+}
+
+void ListOutStream::put(IFile* file) {
+  std::string bytes;
+  char chunk[16384];
+  for (;;) {
+    const std::size_t n = file->read(chunk, sizeof chunk);
+    if (n == 0) break;
+    bytes.append(chunk, n);
+  }
+  impl()->putBytes(bytes.data(), bytes.size());
+}
+
+void ListOutStream::put(IFileEx* object) {
+  InterfacePtr<MemoryFile> file(new MemoryFile);
+  object->writeTo(file.get());
+  impl()->putBytes(file->bytes().data(), file->bytes().size());
+}
+
+// ---------------------------------------------------------------------------
+// ListInStream.
+
+ListInStream::ListInStream(IReader* reader) : impl_(create_text_list_in_stream(reader)) {}
+ListInStream::ListInStream(IFile* file) : impl_(create_binary_list_in_stream(file)) {}
+ListInStream::ListInStream(IListInStream* stream) : impl_(stream) {}
+
+void ListInStream::reinit(IReader* reader) { impl_ = create_text_list_in_stream(reader); }
+void ListInStream::reinit(IFile* file) { impl_ = create_binary_list_in_stream(file); }
+void ListInStream::reinit(IListInStream* stream) { impl_.reset(stream); }
+
+void ListInStream::getBeginOfList() { impl_->getBeginOfList(); }
+void ListInStream::getEndOfList() { impl_->getEndOfList(); }
+bool ListInStream::getComma() { return impl_->getComma(); }
+ListToken ListInStream::peek() { return impl_->peek(); }
+
+template <class T>
+void ListInStream::getSignedAs(T& value) {
+  bool negative = false;
+  std::uint64_t magnitude = 0;
+  impl_->getInteger(negative, magnitude);
+  using Unsigned = std::make_unsigned_t<T>;
+  constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
+  if (!negative) {
+    if (magnitude > kMax) fail();
+    value = static_cast<T>(magnitude);
+  } else {
+    if (magnitude > kMax + 1) fail();
+    value = static_cast<T>(static_cast<Unsigned>(0 - magnitude));
+  }
+}
+
+template <class T>
+void ListInStream::getUnsignedAs(T& value) {
+  bool negative = false;
+  std::uint64_t magnitude = 0;
+  impl_->getInteger(negative, magnitude);
+  if ((negative && magnitude != 0) || magnitude > std::numeric_limits<T>::max()) fail();
+  value = static_cast<T>(magnitude);
+}
+
+void ListInStream::get(bool& value) {
+  unsigned char bit = 0;
+  getUnsignedAs(bit);
+  if (bit > 1) fail();
+  value = bit != 0;
+}
+void ListInStream::get(signed char& value) { getSignedAs(value); }
+void ListInStream::get(short& value) { getSignedAs(value); }
+void ListInStream::get(int& value) { getSignedAs(value); }
+void ListInStream::get(long& value) { getSignedAs(value); }
+void ListInStream::get(long long& value) { getSignedAs(value); }
+void ListInStream::get(unsigned char& value) { getUnsignedAs(value); }
+void ListInStream::get(unsigned short& value) { getUnsignedAs(value); }
+void ListInStream::get(unsigned int& value) { getUnsignedAs(value); }
+void ListInStream::get(unsigned long& value) { getUnsignedAs(value); }
+void ListInStream::get(unsigned long long& value) { getUnsignedAs(value); }
+void ListInStream::get(float& value) { value = impl_->getFloat(); }
+void ListInStream::get(double& value) { value = impl_->getDouble(); }
+void ListInStream::get(char16_t& value) { getUnsignedAs(value); }
+void ListInStream::get(GUID& value) { value = impl_->getGuid(); }
+void ListInStream::get(String& value) { impl_->getString(value); }
+
+void ListInStream::get(char16_t* text, std::size_t size) {
+  String value;
+  impl_->getString(value);
+  if (value.size() >= size) fail();
+  std::memcpy(text, value.data(), value.size() * sizeof(char16_t));
+  text[value.size()] = 0;
+}
+
+void ListInStream::get(String& value, const char16_t* def) {
+  if (impl_->peek() == ListToken::EndOfList) {
+    value = def == nullptr ? String() : String(def);
+    return;
+  }
+  impl_->getString(value);
+}
+void ListInStream::get(String& value, const String& def) {
+  if (impl_->peek() == ListToken::EndOfList) {
+    value = def;
+    return;
+  }
+  impl_->getString(value);
+}
+
+void ListInStream::get(std::string& bytes) { impl_->getBytes(bytes); }
+
+void ListInStream::get(void* data, std::size_t count) {
+  std::string bytes;
+  impl_->getBytes(bytes);
+  if (bytes.size() != count) fail();
+  if (count != 0) std::memcpy(data, bytes.data(), count);
+}
+
+void ListInStream::get(Numeric& value) { impl_->getNumeric(value); }
+
+void ListInStream::get(IFile* file) {
+  std::string bytes;
+  impl_->getBytes(bytes);
+  file->write(bytes.data(), bytes.size());
+}
+
+void ListInStream::get(IFileEx* object) {
+  std::string bytes;
+  impl_->getBytes(bytes);
+  InterfacePtr<MemoryFile> file(new MemoryFile(bytes));
+  object->readFrom(file.get());
+}
+
+void ListInStream::get(std::vector<bool>::reference bit) {
+  bool value = false;
+  get(value);
+  bit = value;
+}
+
+void ListInStream::skipListContent() { impl_->skipListContent(nullptr); }
+void ListInStream::skipAndSaveListContent(String& saved) { impl_->skipListContent(&saved); }
+
+void copy_list_stream(ListInStream& in, ListOutStream& out) {
+  IListInStream* source = in.get();
+  IListOutStream* target = out.get();
+  if (target == nullptr) fail();
+  std::size_t depth = 0;
+  for (;;) {
+    const ListToken token = source->peek();
+    switch (token) {
+      case ListToken::End:
+        if (depth != 0) fail();
+        return;
+      case ListToken::Comma:
+        source->getComma();
+        break;
+      case ListToken::BeginOfList:
+        source->getBeginOfList();
+        target->putBeginOfList();
+        ++depth;
+        break;
+      case ListToken::EndOfList:
+        source->getEndOfList();
+        target->putEndOfList();
+        --depth;
+        break;
+      default:
+        copy_value(*source, token, target);
+    }
+  }
+}
+
+}  // namespace core

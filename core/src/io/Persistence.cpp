@@ -1,0 +1,421 @@
+// Implements core/persistence.h: persistence storages and the brace-list form of values.
+#include <string>
+#include <tuple>
+#include <type_traits>
+
+#include "core/binary_data.h"
+#include "core/exception.h"
+#include "core/exception_classes.h"
+#include "core/io.h"
+#include "core/list_stream.h"
+#include "core/persistence.h"
+#include "core/value.h"
+
+namespace core {
+namespace {
+
+[[noreturn]] void fail() { throw ListStreamException(); }
+
+// Causes deeper than this are refused, so that hostile data cannot exhaust
+// the stack.
+constexpr int kMaxCauseDepth = 64;
+
+}  // namespace
+
+void write_value(IOutPersistenceStorage* storage, IValue* value) {
+  ListOutStream& out = storage->writer();
+  if (value == nullptr) {
+    out.putBeginOfList();
+    out.put(static_cast<int>(TypeCode::Undefined));
+    out.putEndOfList();
+    return;
+  }
+  const TypeCode code = value->getIType()->getTypeCode();
+  switch (code) {
+    case TypeCode::Undefined:
+    case TypeCode::Null:
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.putEndOfList();
+      return;
+    case TypeCode::Boolean: {
+      bool flag = false;
+      value->getBoolean(flag);
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.put(flag);
+      out.putEndOfList();
+      return;
+    }
+    case TypeCode::Number: {
+      Numeric number;
+      value->getNumeric(number);
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.put(number);
+      out.putEndOfList();
+      return;
+    }
+    case TypeCode::String: {
+      String text;
+      value->getString(text);
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.put(text);
+      out.putEndOfList();
+      return;
+    }
+    case TypeCode::Date: {
+      Date date;
+      value->getDate(date);
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.put(static_cast<unsigned long long>(date.ticks()));
+      out.putEndOfList();
+      return;
+    }
+    case TypeCode::Type: {
+      InterfacePtr<IValue> held(value);
+      const InterfacePtr<ITypeValue> type = held.query<ITypeValue>();
+      if (!type) break;
+      out.putBeginOfList();
+      out.put(static_cast<int>(code));
+      out.put(type->typeCLSID());
+      out.putEndOfList();
+      return;
+    }
+    default:
+      if (const BinaryDataValue* binary = binary_data_of(value)) {
+        out.putBeginOfList();
+        out.put(static_cast<int>(TypeCode::Object));
+        out.put(kBinaryDataTypeClsid);
+        out.put(static_cast<const void*>(binary->bytes().data()), binary->size());
+        out.putEndOfList();
+        return;
+      }
+      break;
+  }
+  throw UnsupportedOperationException();
+}
+
+InterfacePtr<IValue> read_value(IInPersistenceStorage* storage) {
+  ListInStream& in = storage->reader();
+  in.getBeginOfList();
+  int code = 0;
+  in.get(code);
+  InterfacePtr<IValue> value;
+  switch (static_cast<TypeCode>(code)) {
+    case TypeCode::Undefined:
+      value.reset(create_undefined_value());
+      break;
+    case TypeCode::Null:
+      value.reset(create_null_value());
+      break;
+    case TypeCode::Boolean: {
+      bool flag = false;
+      in.get(flag);
+      value.reset(create_boolean_value(flag));
+      break;
+    }
+    case TypeCode::Number: {
+      Numeric number;
+      in.get(number);
+      value = create_numeric_value(number);
+      break;
+    }
+    case TypeCode::String: {
+      String text;
+      in.get(text);
+      value = create_string_value(text);
+      break;
+    }
+    case TypeCode::Date: {
+      unsigned long long ticks = 0;
+      in.get(ticks);
+      if (ticks > Date::kMaxTicks) fail();
+      value = create_date_value(Date(ticks));
+      break;
+    }
+    case TypeCode::Type: {
+      GUID clsid{};
+      in.get(clsid);
+      value = create_type_value(clsid);
+      break;
+    }
+    case TypeCode::Object: {
+      GUID clsid{};
+      in.get(clsid);
+      if (clsid != kBinaryDataTypeClsid) fail();
+      std::string bytes;
+      in.get(bytes);
+      value = create_binary_data_value(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+      break;
+    }
+    default:
+      fail();
+  }
+  in.getEndOfList();
+  return value;
+}
+
+void to_stream(ListOutStream& out, const Numeric& value) {
+  out.putBeginOfList();
+  out.put(value);
+  out.putEndOfList();
+}
+void from_stream(ListInStream& in, Numeric& value) {
+  in.getBeginOfList();
+  in.get(value);
+  in.getEndOfList();
+}
+
+void to_stream(ListOutStream& out, const Date& value) {
+  out.putBeginOfList();
+  out.put(static_cast<unsigned long long>(value.ticks()));
+  out.putEndOfList();
+}
+void from_stream(ListInStream& in, Date& value) {
+  in.getBeginOfList();
+  unsigned long long ticks = 0;
+  in.get(ticks);
+  if (ticks > Date::kMaxTicks) fail();
+  in.getEndOfList();
+  value = Date(ticks);
+}
+
+void to_stream(ListOutStream& out, const GUID& value) {
+  out.putBeginOfList();
+  out.put(value);
+  out.putEndOfList();
+}
+void from_stream(ListInStream& in, GUID& value) {
+  in.getBeginOfList();
+  GUID read{};
+  in.get(read);
+  in.getEndOfList();
+  value = read;
+}
+
+void to_stream(ListOutStream& out, const TimeZone& value) { value.serialize(out); }
+void from_stream(ListInStream& in, TimeZone& value) { value.deserialize(in); }
+
+void TimeZone::serialize(ListOutStream& out) const {
+  out.putBeginOfList();
+  out.put(id());
+  out.putEndOfList();
+}
+
+void TimeZone::deserialize(ListInStream& in) {
+  in.getBeginOfList();
+  String name;
+  in.get(name);
+  in.getEndOfList();
+  try {
+    *this = TimeZone(name);
+  } catch (const TimeZoneException& e) {
+    throw ListStreamException(e.object().get());
+  }
+}
+
+// ---------------------------------------------------------------------------
+// GenericValue.
+
+void GenericValue::serialize(IOutPersistenceStorage* storage) const {
+  write_value(storage, getIValue());
+}
+
+void GenericValue::deserialize(IInPersistenceStorage* storage, GenericValue& value) {
+  const InterfacePtr<IValue> read = read_value(storage);
+  value.setIValue(read.get());
+}
+
+void GenericValue::toString(String& out) const {
+  InterfacePtr<MemoryFile> file(new MemoryFile);
+  {
+    InterfacePtr<IWriter> writer(new Utf8FileWriter(file.get()));
+    InterfacePtr<ListOutPersistenceStorage> storage(
+        new ListOutPersistenceStorage(ListOutStream(writer.get())));
+    serialize(storage.get());
+    storage->writer().close();
+  }
+  out = String::fromUtf8(file->bytes());
+}
+
+void GenericValue::fromString(const String& text, GenericValue& value) {
+  InterfacePtr<MemoryFile> file(new MemoryFile(text.toUtf8()));
+  InterfacePtr<IReader> reader(new Utf8FileReader(file.get()));
+  InterfacePtr<ListInPersistenceStorage> storage(
+      new ListInPersistenceStorage(ListInStream(reader.get())));
+  deserialize(storage.get(), value);
+  if (storage->reader().peek() != ListToken::End) fail();
+}
+
+// ---------------------------------------------------------------------------
+// Exception.
+
+namespace {
+
+void write_exception(ListOutStream& out, const Exception& e) {
+  out.putBeginOfList();
+  out.put(e.clsid());
+  out.put(e.descr());
+  const InterfacePtr<IExceptionObject> cause = e.inner();
+  if (cause) {
+    write_exception(out, cause->exception());
+  } else {
+    out.putBeginOfList();
+    out.put(GUID{});
+    out.putEndOfList();
+  }
+  if (!e.stackTrace().empty()) {
+    out.put(e.stackTrace());
+  } else {
+    out.put(String::fromUtf8(e.creationStackTrace()));
+  }
+  out.put(String::fromUtf8(e.categories().to_string()));
+  out.put(e.uiHelperUUID());
+  out.putEndOfList();
+}
+
+}  // namespace
+
+void Exception::serialize(IOutPersistenceStorage* storage) const {
+  write_exception(storage->writer(), *this);
+}
+
+void Exception::deserialize(IInPersistenceStorage* storage) {
+  struct Reader {
+    ListInStream& in;
+    int depth;
+
+    // Reads the fields after the class identifier and the closing brace.
+    Exception rest(const GUID& clsid) {
+      String descr;
+      in.get(descr);
+      in.getBeginOfList();
+      GUID causeClsid{};
+      in.get(causeClsid);
+      InterfacePtr<IExceptionObject> cause;
+      if (causeClsid == GUID{}) {
+        in.getEndOfList();
+      } else {
+        if (++depth > kMaxCauseDepth) fail();
+        cause = rest(causeClsid).object();
+        --depth;
+      }
+      String stack;
+      in.get(stack);
+      String bits;
+      in.get(bits);
+      if (bits.size() != kCategoryCount) fail();
+      Categories categories;
+      for (std::size_t i = 0; i < kCategoryCount; ++i) {
+        const char16_t c = bits[kCategoryCount - 1 - i];
+        if (c != u'0' && c != u'1') fail();
+        categories.set(i, c == u'1');
+      }
+      GUID uiHelper{};
+      in.get(uiHelper);
+      in.getEndOfList();
+      return Exception(clsid, descr, cause.get(), uiHelper, categories, stack);
+    }
+  };
+  ListInStream& in = storage->reader();
+  in.getBeginOfList();
+  GUID clsid{};
+  in.get(clsid);
+  Reader reader{in, 0};
+  *this = reader.rest(clsid);
+}
+
+// ---------------------------------------------------------------------------
+// The extra fields of the exception classes that carry them: one list after
+// the base part, the fields in the order of their declarations.
+
+namespace {
+
+template <class Enum>
+requires std::is_enum_v<Enum>
+void put_field(ListOutStream& out, Enum value) { out.put(static_cast<int32_t>(value)); }
+void put_field(ListOutStream& out, int32_t value) { out.put(value); }
+void put_field(ListOutStream& out, bool value) { out.put(value); }
+void put_field(ListOutStream& out, const String& value) { out.put(value); }
+void put_field(ListOutStream& out, const std::string& value) { out.put(String::fromUtf8(value)); }
+void put_field(ListOutStream& out, const URL& value) { out.put(value.text()); }
+
+template <class Enum>
+requires std::is_enum_v<Enum>
+void get_field(ListInStream& in, Enum& value) {
+  int32_t stored = 0;
+  in.get(stored);
+  value = static_cast<Enum>(stored);
+}
+void get_field(ListInStream& in, int32_t& value) { in.get(value); }
+void get_field(ListInStream& in, bool& value) { in.get(value); }
+void get_field(ListInStream& in, String& value) { in.get(value); }
+void get_field(ListInStream& in, std::string& value) {
+  String text;
+  in.get(text);
+  value = text.toUtf8();
+}
+void get_field(ListInStream& in, URL& value) {
+  String text;
+  in.get(text);
+  value = URL(text);
+}
+
+template <class... Fields>
+void write_extra(IOutPersistenceStorage* storage, const Fields&... fields) {
+  ListOutStream& out = storage->writer();
+  out.putBeginOfList();
+  (put_field(out, fields), ...);
+  out.putEndOfList();
+}
+
+// Reads into copies first, so that a failure leaves the fields unchanged.
+template <class... Fields>
+void read_extra(IInPersistenceStorage* storage, Fields&... fields) {
+  ListInStream& in = storage->reader();
+  std::tuple<Fields...> read{fields...};
+  in.getBeginOfList();
+  std::apply([&in](auto&... field) { (get_field(in, field), ...); }, read);
+  in.getEndOfList();
+  std::tie(fields...) = std::move(read);
+}
+
+}  // namespace
+
+#define CORE_EXCEPTION_EXTRA_FIELDS(Class, ...)                  \
+  void Class::serialize(IOutPersistenceStorage* storage) const { \
+    Exception::serialize(storage);                               \
+    write_extra(storage, __VA_ARGS__);                           \
+  }                                                              \
+  void Class::deserialize(IInPersistenceStorage* storage) {      \
+    Exception::deserialize(storage);                             \
+    read_extra(storage, __VA_ARGS__);                            \
+  }
+
+CORE_EXCEPTION_EXTRA_FIELDS(BufferException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(COMTypeException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(CancelOperationException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ComparatorException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ConverterException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(EDBException, code_, details_)
+CORE_EXCEPTION_EXTRA_FIELDS(FileException, reason_, path_, is_directory_, url_, second_url_)
+CORE_EXCEPTION_EXTRA_FIELDS(IOException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(InteractiveSecurityException, action_)
+CORE_EXCEPTION_EXTRA_FIELDS(NumericException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(PivotSourceException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(RegexException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(NetDataExchangeException, kind_, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(SCOM_Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(StorageException, reason_, url_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTemplateException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTokenizerException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ThreadException, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ValueIsFilledException, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(VersionException, requested_version_, download_resource_)
+
+#undef CORE_EXCEPTION_EXTRA_FIELDS
+
+}  // namespace core

@@ -1,0 +1,114 @@
+// Implements core/type.h: types by code, class identifier and name.
+#include "core/type.h"
+
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+#include "core/exception_classes.h"
+#include "core/nocase.h"
+#include "core/value.h"
+#include "values/type_registry.h"
+
+namespace core {
+namespace detail {
+namespace {
+
+// Never destroyed: modules unregister their types during the teardown,
+// after the library's statics are gone.
+struct Registry {
+  std::shared_mutex mutex;
+  std::unordered_map<GUID, IType*> by_clsid;
+  std::map<String, IType*, OrderNocase> by_name;
+};
+
+Registry& registry() {
+  static auto* const instance = new Registry;
+  return *instance;
+}
+
+}  // namespace
+
+void register_type(IType* type) {
+  const GUID clsid = type->getCLSID();
+  Registry& types = registry();
+  std::unique_lock<std::shared_mutex> lock(types.mutex);
+  type->acquire();
+  IType*& slot = types.by_clsid[clsid];
+  if (slot != nullptr) slot->release();
+  slot = type;
+  for (int language = 0; language < 2; ++language) {
+    if (const char16_t* name = type->getName(language)) types.by_name[String(name)] = type;
+  }
+}
+
+void unregister_type(IType* type) {
+  Registry& types = registry();
+  std::unique_lock<std::shared_mutex> lock(types.mutex);
+  auto it = types.by_clsid.find(type->getCLSID());
+  if (it == types.by_clsid.end() || it->second != type) return;
+  types.by_clsid.erase(it);
+  std::erase_if(types.by_name, [type](const auto& entry) { return entry.second == type; });
+  type->release();
+}
+
+InterfacePtr<IType> find_type(const GUID& clsid) {
+  Registry& types = registry();
+  std::shared_lock<std::shared_mutex> lock(types.mutex);
+  auto it = types.by_clsid.find(clsid);
+  return it == types.by_clsid.end() ? InterfacePtr<IType>() : InterfacePtr<IType>(it->second);
+}
+
+InterfacePtr<IType> find_type(std::u16string_view name) {
+  Registry& types = registry();
+  std::shared_lock<std::shared_mutex> lock(types.mutex);
+  auto it = types.by_name.find(name);
+  return it == types.by_name.end() ? InterfacePtr<IType>() : InterfacePtr<IType>(it->second);
+}
+
+}  // namespace detail
+
+namespace {
+
+InterfacePtr<IType> type_of_code(Type::Code code) {
+  IType* type = Type::create_type(code);
+  if (type == nullptr) {
+    throw TypeException(String::fromUtf8(std::to_string(static_cast<int>(code))));
+  }
+  return InterfacePtr<IType>(type);
+}
+
+InterfacePtr<IType> registered(const GUID& clsid) {
+  InterfacePtr<IType> type = detail::find_type(clsid);
+  if (!type) throw TypeException(clsid.toString());
+  return type;
+}
+
+InterfacePtr<IType> registered(const String& name) {
+  InterfacePtr<IType> type = detail::find_type(std::u16string_view(name));
+  if (!type) throw TypeException(name);
+  return type;
+}
+
+}  // namespace
+
+Type::Type(Code code) : type_(type_of_code(code)) {}
+
+Type::Type(const GUID& clsid) : type_(registered(clsid)) {}
+
+Type::Type(const char16_t* name) : Type(String(name)) {}
+
+Type::Type(const String& name) : type_(registered(name)) {}
+
+Type::Type(IType* type, bool acquire) noexcept : type_(type, acquire) {}
+
+Type::Type(ITypeValue* value) : type_(registered(value->typeCLSID())) {}
+
+InterfacePtr<ITypeValue> Type::getITypeValue() const {
+  return create_type_value(getCLSID()).query<ITypeValue>();
+}
+
+InterfacePtr<IType> Type::create_type(const GUID& clsid) { return detail::find_type(clsid); }
+
+}  // namespace core
