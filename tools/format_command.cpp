@@ -48,7 +48,7 @@ int run(const Arguments& args) {
   try {
     if (!lang.empty()) {
       core::Thread::setLocale(core::Locale(lang == "ru" ? u"ru_RU" : u"en_US"));
-      core::Thread::setLanguage(lang == "ru" ? core::Thread::kRussian : core::Thread::kEnglish);
+      core::Thread::setLanguage(lang == "ru" ? core::Language::Russian : core::Language::English);
     }
     core::String text;
     if (type == Type::kBoolean) {

@@ -37,14 +37,14 @@ bool make_value(const core::String& text, std::string_view kind, core::Value& ou
 int run(const Arguments& args) {
   if (args.empty()) return usage_error(kValueCommand);
   std::string_view kind = "string";
-  int language = core::Thread::language();
+  core::Language language = core::Thread::language();
   for (size_t i = 1; i < args.size(); ++i) {
     if (args[i] == "--as" && i + 1 < args.size()) {
       kind = args[++i];
     } else if (args[i] == "--lang" && i + 1 < args.size()) {
       const std::string_view lang = args[++i];
       if (lang != "en" && lang != "ru") return usage_error(kValueCommand);
-      language = lang == "ru" ? core::Thread::kRussian : core::Thread::kEnglish;
+      language = lang == "ru" ? core::Language::Russian : core::Language::English;
     } else {
       return usage_error(kValueCommand);
     }
@@ -53,7 +53,7 @@ int run(const Arguments& args) {
     return usage_error(kValueCommand);
   }
   core::Thread::setLanguage(language);
-  core::Thread::setLocale(core::Locale(language == core::Thread::kRussian ? u"ru_RU" : u"en_US"));
+  core::Thread::setLocale(core::Locale(language == core::Language::Russian ? u"ru_RU" : u"en_US"));
   core::Value value;
   if (!make_value(core::String::fromUtf8(args.front()), kind, value)) {
     std::fprintf(stderr, "coretool: \"%.*s\" is not a %.*s\n", static_cast<int>(args[0].size()),

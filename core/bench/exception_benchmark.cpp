@@ -2,6 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/parameter_errors.h"
 
 namespace {

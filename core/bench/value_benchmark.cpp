@@ -57,7 +57,7 @@ void BM_ValuePresentNumber(benchmark::State& state) {
   const Value value(1234567.89);
   core::String text;
   for (auto _ : state) {
-    value.getString(text);
+    benchmark::DoNotOptimize(value.getString(text));
     benchmark::DoNotOptimize(text);
   }
 }
@@ -68,7 +68,7 @@ void BM_ValuePresentDate(benchmark::State& state) {
   const Value value(core::Date(2024, 2, 29, 13, 45, 10));
   core::String text;
   for (auto _ : state) {
-    value.getString(text);
+    benchmark::DoNotOptimize(value.getString(text));
     benchmark::DoNotOptimize(text);
   }
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/io.h"
 #include "core/list_stream.h"
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/io.h"
 #include "core/list_stream.h"
 

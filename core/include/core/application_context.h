@@ -6,7 +6,7 @@
 // the library behaves as the current release.
 //
 //   class HostContext : public core::UnknownImpl<core::IApplicationContext> {
-//     int compatibilityLevel() override { return 80311; }
+//     int compatibilityLevel() override { return core::kCompatibilityUnknownTypeText; }
 //   };
 //   core::set_application_context(new HostContext);
 //
@@ -33,6 +33,17 @@ class IApplicationContext : public IUnknown {
 // Registers `context` (acquired) in place of the previous one (released);
 // null removes the registered context.
 CORE_EXPORT void set_application_context(IApplicationContext* context);
+
+// The levels at which the library's behaviour changed. A host whose level is
+// below one keeps the older behaviour described.
+//
+// Below this level, Boolean values and formats use the older pair of texts
+// ("Истина"/"Ложь", "True"/"False" rather than "Да"/"Нет", "Yes"/"No").
+inline constexpr int kCompatibilityCurrentBoolTexts = 2;
+// Below this level, the text of a Type value whose type is not registered
+// throws `TypeException` ("IDS_TYPEERROR_TYPENOTDEFINED") instead of being
+// that message.
+inline constexpr int kCompatibilityUnknownTypeText = 80311;
 
 // The registered context, or null.
 CORE_EXPORT InterfacePtr<IApplicationContext> application_context();

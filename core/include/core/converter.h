@@ -14,10 +14,10 @@
 //   reader.widen(in, in_length, out, out_capacity);   // as often as needed
 //   reader.widen(nullptr, 0, out, out_capacity);      // end of input: flush
 //
-// Failures throw ConverterException: Code::BadName ("IDS_CNVERROR_BADNAME")
-// for a name ICU cannot open, Code::BadData ("IDS_CNVERROR_BADDATA") for
-// input that cannot be converted; the encoding's name follows the message as
-// " 'name'".
+// Failures: a name ICU cannot open throws `ConverterException` (code 1,
+// "IDS_CNVERROR_BADNAME"); input that cannot be converted throws
+// `ConverterException` (code 2, "IDS_CNVERROR_BADDATA"); the encoding's name
+// follows the message as " 'name'".
 //
 // Thread safety: a Converter may be used from several threads at once (the
 // shared instances system(), utf8() and ascii() are meant for that). A
@@ -54,11 +54,11 @@ class ConverterHandle;
 //
 // narrow() writes a character the encoding cannot represent as the
 // encoding's substitution byte "?"; it never fails on text. widen() refuses
-// malformed or unmappable bytes: it throws ConverterException (BadData).
+// malformed or unmappable bytes: it throws `ConverterException` (code 2, "IDS_CNVERROR_BADDATA").
 class CORE_EXPORT Converter {
  public:
   // The converter of the encoding `name`; an empty name means the system's
-  // default encoding. Throws ConverterException (BadName) when ICU has no
+  // default encoding. Throws `ConverterException` (code 1, "IDS_CNVERROR_BADNAME") when ICU has no
   // converter of that name.
   explicit Converter(const char16_t* name);
   explicit Converter(const String& name);
@@ -87,7 +87,7 @@ class CORE_EXPORT Converter {
     return detectUnicodeSignature(bytes.data(), bytes.size(), name);
   }
   // The name of the encoding `name` under `standard`, empty when the
-  // standard has no name for it. Throws ConverterException (BadName) for a
+  // standard has no name for it. Throws `ConverterException` (code 1, "IDS_CNVERROR_BADNAME") for a
   // name ICU does not know.
   static String standardName(const String& name, EncodingStandard standard);
   // Compares encoding names as ICU matches them ("utf-8" equals "UTF8"):
@@ -109,7 +109,7 @@ class CORE_EXPORT StreamConverterToUnicode {
  public:
   // The system's default encoding.
   StreamConverterToUnicode();
-  // Throws ConverterException (BadName) for an unknown encoding.
+  // Throws `ConverterException` (code 1, "IDS_CNVERROR_BADNAME") for an unknown encoding.
   explicit StreamConverterToUnicode(const char16_t* name);
   explicit StreamConverterToUnicode(const String& name);
   ~StreamConverterToUnicode();
@@ -123,8 +123,8 @@ class CORE_EXPORT StreamConverterToUnicode {
   // `targetCapacity` units) as far as both allow, advancing both pointers
   // past what was read and written; running out of target room is no error,
   // the caller calls again. A null `source` marks the end of the input: the
-  // converter flushes what it holds. Throws ConverterException (BadData) for
-  // bytes that cannot be converted, a sequence cut short by the end included.
+  // converter flushes what it holds. Throws `ConverterException` (code 2, "IDS_CNVERROR_BADDATA")
+  // for bytes that cannot be converted, a sequence cut short by the end included.
   void widen(const char*& source, size_t sourceLength, char16_t*& target, size_t targetCapacity);
   // The input bytes held that do not form a character yet.
   size_t pending() const;
@@ -156,7 +156,7 @@ class CORE_EXPORT StreamConverterFromUnicode {
   const String& name() const noexcept { return name_; }
 
   // As StreamConverterToUnicode::widen, from UTF-16 units to bytes. Throws
-  // ConverterException (BadData) for an unpaired surrogate.
+  // `ConverterException` (code 2, "IDS_CNVERROR_BADDATA") for an unpaired surrogate.
   void narrow(const char16_t*& source, size_t sourceLength, char*& target, size_t targetCapacity);
   // The most bytes that one character takes in the encoding.
   size_t maxCharSize() const;
@@ -173,7 +173,7 @@ class CORE_EXPORT StreamConverterFromUnicode {
 // text whose bytes fit in 8192 bytes is examined.
 class CORE_EXPORT EncodingTester {
  public:
-  // Throws ConverterException (BadName) for an empty or unknown name.
+  // Throws `ConverterException` (code 1, "IDS_CNVERROR_BADNAME") for an empty or unknown name.
   explicit EncodingTester(const String& name);
   ~EncodingTester();
   EncodingTester(const EncodingTester&) = delete;

@@ -14,6 +14,7 @@
 #include "core/init.h"
 #include "core/interface_ptr.h"
 #include "core/iunknown.h"
+#include "core/language.h"
 #include "core/locale.h"
 #include "core/messages.h"
 #include "core/name.h"

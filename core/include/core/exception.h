@@ -2,8 +2,8 @@
 // wraps one for chaining, and the building of descriptions.
 //
 // Every failure of the library is thrown, by value, as an Exception or one of
-// its subclasses (declared in core/exception_classes.h, which this header
-// brings in). An exception carries the identifier of its class (`clsid`,
+// its subclasses (declared in core/exception_classes.h; include it to throw
+// or catch a particular class). An exception carries the identifier of its class (`clsid`,
 // which survives the trip to another process), a complete description, an
 // optional cause, a set of categories and stack traces.
 //
@@ -172,7 +172,7 @@ class CORE_EXPORT Exception {
   // Replaces this exception by one read from that form; the class
   // identifier read becomes clsid(), the trace read the carried stackTrace().
   // Malformed data (causes nested deeper than 64 included) throws
-  // ListStreamException ("IDS_LISTSTREAMERROR").
+  // `ListStreamException` ("IDS_LISTSTREAMERROR").
   void deserialize(IInPersistenceStorage* storage);
 
  protected:
@@ -221,8 +221,5 @@ CORE_EXPORT InterfacePtr<IExceptionObject> get_exception_object(IExceptionObject
                                                                 const GUID& clsid);
 
 }  // namespace core
-
-// Whoever uses the base also sees the class tree.
-#include "core/exception_classes.h"
 
 #endif  // CORE_EXCEPTION_H_

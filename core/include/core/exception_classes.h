@@ -83,7 +83,7 @@ class CORE_EXPORT BufferException : public Exception {
   Error reason() const noexcept { return reason_; }
 
   // The base part (Exception::serialize), then the extra fields as one more
-  // list; deserialize() reads the same and throws ListStreamException
+  // list; deserialize() reads the same and throws `ListStreamException`
   // ("IDS_LISTSTREAMERROR") for anything else.
   void serialize(IOutPersistenceStorage* storage) const;
   void deserialize(IInPersistenceStorage* storage);

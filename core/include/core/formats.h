@@ -10,7 +10,7 @@
 //   core::format(true, u"BT=On; BF=Off");                          // u"On"
 //
 // Format keys (each also in its Russian spelling, looked up first):
-//   L   Л    locale name (a bad name throws LocaleException for a number;
+//   L   Л    locale name (a bad name throws `LocaleException` ("IDS_BADLOCALENAME") for a number;
 //            for a date or a boolean the thread's format is kept)
 //   ND  ЧЦ   total digits          NFD ЧДЦ  fraction digits
 //   NDS ЧРД  decimal separator     NGS ЧРГ  group separator (first character)
@@ -95,11 +95,11 @@ class CORE_EXPORT NumericFormat {
   // of the last group are not grouped ("3" groups only the last three); "0"
   // or "" is no grouping. White space around sizes is allowed. Returns false,
   // leaving the grouping unchanged, for any other text.
-  bool setWin32Grouping(const String& grouping);
+  [[nodiscard]] bool setWin32Grouping(const String& grouping);
   // Sets the presentation of negative numbers by the Windows order:
   // 0 "(1.1)", 1 "-1.1", 2 "- 1.1", 3 "1.1-", 4 "1.1 -". Returns false,
   // leaving it unchanged, for any other order.
-  bool setWin32NegativeOrder(unsigned order);
+  [[nodiscard]] bool setWin32NegativeOrder(unsigned order);
   unsigned negativeOrder() const noexcept { return negative_order_; }
 
   // When on, the integer part of format(value, integerDigits, ...) is padded
@@ -222,7 +222,7 @@ CORE_EXPORT String format_bool(bool value, const String& format_string);
 }  // namespace detail
 
 // `value` as text under `format_string` (see the key table at the top).
-// The number branch throws LocaleException ("IDS_BADLOCALENAME") for a bad L
+// The number branch throws `LocaleException` ("IDS_BADLOCALENAME") for a bad L
 // name; nothing else throws for any format string.
 CORE_EXPORT String format(const Numeric& value, const String& format_string);
 CORE_EXPORT String format(const Date& value, const String& format_string);

@@ -31,7 +31,8 @@ struct CORE_EXPORT GUID {
 
   // Reads "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx" or the same in braces, with
   // hexadecimal digits of either case and nothing else around. Throws
-  // IllegalArgumentException, with the text as extra, on any other text.
+  // `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT"), with the text as extra, on any other
+  // text.
   static GUID parse(std::u16string_view text);
   // Like parse, but returns false on a bad text and leaves `out` unchanged.
   [[nodiscard]] static bool tryParse(std::u16string_view text, GUID& out) noexcept;

@@ -65,7 +65,7 @@ enum class ListToken {
 };
 
 // One encoding of the writing side. Implementations throw
-// ListStreamException ("IDS_LISTSTREAMERROR") for a call that does not fit
+// `ListStreamException` ("IDS_LISTSTREAMERROR") for a call that does not fit
 // (an end of list with no list open), and pass failures of their writer or
 // file through unchanged.
 class IListOutStream : public IUnknown {
@@ -87,7 +87,7 @@ class IListOutStream : public IUnknown {
   // Passes everything written so far to the writer or file and flushes it.
   virtual void flush() = 0;
   // Writes what is pending, flushes and releases the writer or file. Further
-  // calls throw ListStreamException.
+  // calls throw `ListStreamException` ("IDS_LISTSTREAMERROR").
   virtual void close() = 0;
 
  protected:
@@ -148,7 +148,7 @@ class CORE_EXPORT ListOutStream {
 
   // Detaches the implementation, lets it finish and release its writer.
   // Calling close() again does nothing; other calls after it throw
-  // ListStreamException.
+  // `ListStreamException` ("IDS_LISTSTREAMERROR").
   void close();
   void flush();
 
@@ -202,7 +202,7 @@ class CORE_EXPORT ListOutStream {
 // Every malformed input (a missing brace or comma, text where a number is
 // expected, a number out of the requested type's range, the end of the input
 // inside a list or string, a binary length beyond the remaining bytes)
-// throws ListStreamException ("IDS_LISTSTREAMERROR"). The position after a
+// throws `ListStreamException` ("IDS_LISTSTREAMERROR"). The position after a
 // failure is unspecified: discard the stream.
 class CORE_EXPORT ListInStream {
  public:
@@ -240,7 +240,7 @@ class CORE_EXPORT ListInStream {
   void get(GUID& value);
   void get(String& value);
   // A string of at most size - 1 units, zero terminated; a longer string
-  // throws ListStreamException. REQUIRES: size > 0.
+  // throws `ListStreamException` ("IDS_LISTSTREAMERROR"). REQUIRES: size > 0.
   void get(char16_t* text, std::size_t size);
   // As get(String&), but when the list ends where the string is expected,
   // `value` becomes `def` and nothing is consumed.
@@ -284,7 +284,7 @@ class CORE_EXPORT ListInStream {
 // into itself. A bare word of the text encoding is taken, in this order, as
 // an integer, a decimal number, a GUID, a floating-point number (exponent
 // forms, "inf", "nan") or Base64 bytes; a word that is none of these throws
-// ListStreamException, as does a list left open at the end of the input.
+// `ListStreamException` ("IDS_LISTSTREAMERROR"), as does a list left open at the end of the input.
 CORE_EXPORT void copy_list_stream(ListInStream& in, ListOutStream& out);
 
 }  // namespace core

@@ -36,7 +36,7 @@ class CORE_EXPORT Locale {
   Locale();
   // The locale named `name`, in ICU's form ("ru_RU", "en", "de_CH"); "-" may
   // stand for "_" and the case of the parts does not matter.
-  // Throws LocaleException ("IDS_BADLOCALENAME", whose text names the name)
+  // Throws `LocaleException` ("IDS_BADLOCALENAME", whose text names the name)
   // when the name is empty, is not a well-formed locale name, or when neither
   // the locale nor its language is one the library has data for.
   explicit Locale(const String& name);

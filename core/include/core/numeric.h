@@ -59,7 +59,7 @@ class CORE_EXPORT Numeric {
   Numeric(unsigned long long value) noexcept;  // NOLINT(google-explicit-constructor)
   // The shortest decimal text that reads back as the same double, taken
   // exactly: Numeric(0.1) is 0.1, not the binary value nearest to it.
-  // Throws NumericException Overflow ("IDS_NUMERROR_OVERFLOW") for an
+  // Throws `NumericException` (code 3, "IDS_NUMERROR_OVERFLOW") for an
   // infinity or a NaN.
   Numeric(double value);  // NOLINT(google-explicit-constructor)
 
@@ -109,13 +109,13 @@ class CORE_EXPORT Numeric {
   // limbs; the next limb of the exact quotient rounds it half away from zero
   // and the rest is dropped. So 1/3 is 0.333333333333333333333333333 and 2/3
   // is 0.666666666666666666666666667.
-  // Throws NumericException DivideByZero ("IDS_NUMERROR_DIVIDEBYZERO") when
+  // Throws `NumericException` (code 1, "IDS_NUMERROR_DIVIDEBYZERO") when
   // the divisor is zero, whatever this is.
   Numeric& operator/=(const Numeric& divisor);
 
   // this - divisor * trunc(this / divisor), exact: the result has the sign of
   // this and a magnitude below the divisor's (7 % -2 is 1, -7.5 % 2 is -1.5).
-  // Throws NumericException DivideByZero ("IDS_NUMERROR_DIVIDEBYZERO") when
+  // Throws `NumericException` (code 1, "IDS_NUMERROR_DIVIDEBYZERO") when
   // the divisor is zero.
   Numeric& operator%=(const Numeric& divisor);
 
@@ -128,7 +128,7 @@ class CORE_EXPORT Numeric {
   // - A fractional exponent of a positive base is computed in double
   //   precision and taken as Numeric(double) does: not exact. 0 to a
   //   positive fractional exponent is 0.
-  // Throws NumericException NegativePow ("IDS_NUMERROR_NEGATIVEPOW") for a
+  // Throws `NumericException` (code 2, "IDS_NUMERROR_NEGATIVEPOW") for a
   // negative base with a fractional exponent; DivideByZero
   // ("IDS_NUMERROR_DIVIDEBYZERO") for zero to a negative exponent; Overflow
   // ("IDS_NUMERROR_OVERFLOW") when an exact power would need more than
@@ -148,7 +148,7 @@ class CORE_EXPORT Numeric {
   // goes away from zero, anything below toward zero; an exact half goes
   // toward zero in HalfTowardZero and away in HalfAwayFromZero. A number with
   // no more places than asked is unchanged.
-  // Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") for a mode
+  // Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") for a mode
   // other than the two.
   Numeric& round(int digits, NumericRoundMode mode);
   // As above with the calling thread's rounding mode.
@@ -173,7 +173,7 @@ class CORE_EXPORT Numeric {
   [[nodiscard]] bool toInteger(long long& out) const noexcept;
 
   // The integer part (the fraction cut toward zero, so -0.5 gives 0).
-  // Throws NumericException Overflow ("IDS_NUMERROR_OVERFLOW") when the
+  // Throws `NumericException` (code 3, "IDS_NUMERROR_OVERFLOW") when the
   // integer part is outside the range of the result type.
   std::uint8_t safeAsByte() const;
   std::uint16_t safeAsUInt16() const;
@@ -193,7 +193,7 @@ class CORE_EXPORT Numeric {
   // does not fit; `end`, when not null, receives its position. A text
   // without digits reads as zero ("- 5" and "+ 12" read 0, stopping at the
   // space); a null text reads as zero. Never fails on bad text.
-  // Throws NumericException Overflow ("IDS_NUMERROR_OVERFLOW") only when the
+  // Throws `NumericException` (code 3, "IDS_NUMERROR_OVERFLOW") only when the
   // digits exceed the range of kMaxScaleLimbs.
   void fromString(const char16_t* text, const char16_t** end = nullptr);
   void fromString(const char* text, const char** end = nullptr);
@@ -203,17 +203,18 @@ class CORE_EXPORT Numeric {
   // with leading zeros, then `precision` fraction digits; no sign, no point)
   // and a terminating zero, so `out` needs length + 1 chars. Returns false
   // when the rounded integer part needs more than length - precision digits;
-  // `out` then holds its lowest digits.
-  // Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") when
+  // on false, `out` holds the lowest `length` digits.
+  // Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") when
   // precision > length or the mode is not one of the two.
-  bool digits(char* out, unsigned length, unsigned precision, NumericRoundMode mode) const;
+  [[nodiscard]] bool digits(char* out, unsigned length, unsigned precision,
+                            NumericRoundMode mode) const;
   // As above with the calling thread's rounding mode.
-  bool digits(char* out, unsigned length, unsigned precision) const;
+  [[nodiscard]] bool digits(char* out, unsigned length, unsigned precision) const;
   // Writes all the digits of |this| (the integer digits and the fraction
   // digits of lengthAndPrecision, no sign, no point) and a terminating zero
-  // into `out` of `size` chars. Returns false when they do not fit; `out`
-  // then holds an empty text (when size > 0).
-  bool digits(char* out, unsigned size) const;
+  // into `out` of `size` chars. Returns false when they do not fit; on false,
+  // `out` holds an empty text (when size > 0).
+  [[nodiscard]] bool digits(char* out, unsigned size) const;
 
   // The 32-bit checksum of the stored representation (fraction-limb count,
   // sign byte, limbs). Equal numbers give equal checksums. Only the low 32
@@ -289,13 +290,13 @@ class CORE_EXPORT Numeric {
 // A number from the text of a hexadecimal literal: an optional "0x" or "0X"
 // followed by 1 to 4,096 hexadecimal digits of either case; no sign, no
 // white space. create_numeric_from_hex_literal_string(u"0xFF") is 255.
-// Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") for any other
+// Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") for any other
 // text.
 CORE_EXPORT Numeric create_numeric_from_hex_literal_string(const String& text);
 
 // A number from the text of a binary literal: an optional "0b" or "0B"
 // followed by 1 to 16,384 digits "0" and "1"; no sign, no white space.
-// Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") for any other
+// Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") for any other
 // text.
 CORE_EXPORT Numeric create_numeric_from_binary_literal_string(const String& text);
 

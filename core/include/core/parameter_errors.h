@@ -20,20 +20,21 @@
 
 namespace core {
 
-// Throw ContextException ("IDS_PARAMETER_N_TYPE_MISMATCH").
+// Throws `ContextException` ("IDS_PARAMETER_N_TYPE_MISMATCH").
 [[noreturn]] CORE_EXPORT void parameter_type_mismatch(unsigned index);
 [[noreturn]] CORE_EXPORT void parameter_type_mismatch(unsigned index, const String& extra);
-// Throw ContextException ("IDS_PARAMETER_N_VALUE_MISMATCH").
+// Throws `ContextException` ("IDS_PARAMETER_N_VALUE_MISMATCH").
 [[noreturn]] CORE_EXPORT void parameter_value_mismatch(unsigned index);
 [[noreturn]] CORE_EXPORT void parameter_value_mismatch(unsigned index, const String& extra);
 
-// The same for the arguments of a constructor: throw CtorException.
+// The same for the arguments of a constructor: each throws `CtorException` with
+// the message of its twin above.
 [[noreturn]] CORE_EXPORT void ctor_parameter_type_mismatch(unsigned index);
 [[noreturn]] CORE_EXPORT void ctor_parameter_type_mismatch(unsigned index, const String& extra);
 [[noreturn]] CORE_EXPORT void ctor_parameter_value_mismatch(unsigned index);
 [[noreturn]] CORE_EXPORT void ctor_parameter_value_mismatch(unsigned index, const String& extra);
 
-// Throws ContextException ("IDS_PROPERTY_VALUE_MISMATCH", the text as it
+// Throws `ContextException` ("IDS_PROPERTY_VALUE_MISMATCH", the text as it
 // stands) with the cause `inner` (acquired; may be null).
 [[noreturn]] CORE_EXPORT void property_value_mismatch(IExceptionObject* inner);
 

@@ -61,10 +61,10 @@ class CORE_EXPORT ParamsWString {
   // The value of `name` (case ignored), or the empty string when absent.
   String param(const char16_t* name) const;
   String param(const String& name) const;
-  // True, with the value stored into `value`, when `name` is present;
-  // otherwise false and `value` is left alone.
-  bool param(const char16_t* name, String& value) const;
-  bool param(const String& name, String& value) const;
+  // True, with the value stored into `value`, when `name` is present; on
+  // false, `value` holds what it held before.
+  [[nodiscard]] bool param(const char16_t* name, String& value) const;
+  [[nodiscard]] bool param(const String& name, String& value) const;
 
   // Replaces `list` by all names in the table's case-insensitive order.
   void names(std::vector<String>& list) const;
@@ -91,8 +91,8 @@ class CORE_EXPORT ParamsIterator {
 
   // Reads the next pair: true when one was read (see name() and value()),
   // false at the end of the text or at a syntax error; after false every
-  // later call returns false.
-  bool next();
+  // later call returns false. On false, name() and value() are empty.
+  [[nodiscard]] bool next();
 
   const String& name() const noexcept { return name_; }
   const String& value() const noexcept { return value_; }
@@ -114,7 +114,7 @@ class CORE_EXPORT ParamsIterator {
 class CORE_EXPORT ParamsWriter {
  public:
   // Appends a pair, separated from the previous one by "; ".
-  // Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") when `name`
+  // Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") when `name`
   // is not a valid name (is_valid_name) or `value` holds U+0000, which no
   // zero-terminated reader could read back; the text is then unchanged.
   void add(std::u16string_view name, std::u16string_view value);

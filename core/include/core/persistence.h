@@ -19,7 +19,7 @@
 //   Binary data {100,87126200-3e98-44e0-b931-ccb1d7edc497,<Base64 bytes>}
 // Every such value reads back equal (GenericValue::equals). Other object
 // values have no stored form: writing one throws
-// UnsupportedOperationException ("IDS_ERR_UNSUPPORTED_OPERATION").
+// `UnsupportedOperationException` ("IDS_ERR_UNSUPPORTED_OPERATION").
 //
 // The other forms, each one list: a Numeric {12.5}; a Date {<ticks>}; a GUID
 // {xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}; a TimeZone {"Europe/Berlin"}; an
@@ -27,7 +27,7 @@
 // where the cause is the same form of the cause exception, or
 // {00000000-0000-0000-0000-000000000000} when there is none.
 //
-// Reading malformed data throws ListStreamException ("IDS_LISTSTREAMERROR"):
+// Reading malformed data throws `ListStreamException` ("IDS_LISTSTREAMERROR"):
 // a wrong type code, a date beyond 9999-12-31, a zone identifier that names
 // no zone (the TimeZoneException is its cause), causes nested deeper than 64.
 //

@@ -55,7 +55,7 @@ class CORE_EXPORT SCOM_Module {
 
   // Registers the module by name, opens its bundle, takes every class
   // object (registering those that are types) and runs every class's hook
-  // with true. A second call does nothing. Throws SCOM_Exception when
+  // with true. A second call does nothing. Throws `SCOM_Exception` when
   // another module of the same name is registered.
   void initialize();
   // Releases the class objects (unregistering the types) and runs the hooks

@@ -3,16 +3,16 @@
 // Conversions of values to text, rounding, week computations and message
 // lookup read settings that belong to the calling thread: the locale of
 // formats and messages, the language of names of types, properties, methods
-// and enumeration values (0 English, 1 Russian), the rounding mode and the
+// and enumeration values (core/language.h), the rounding mode and the
 // first day of the week. The static members read and change the settings of
 // the thread that calls them.
 //
 //   core::Thread::setLocale(core::Locale(u"ru_RU"));
-//   core::Thread::setLanguage(1);
+//   core::Thread::setLanguage(core::Language::Russian);
 //   core::Thread::firstDayOfWeek();   // WeekDay::Monday, from the locale
 //
 // A thread starts with the process default locale (Locale::processDefault()),
-// the language of that locale (1 when it is Russian, else 0), rounding of
+// the language of that locale (Russian for a Russian locale, else English), rounding of
 // exact halves away from zero, and the first day of the week of its locale.
 // The locale and the language are independent: changing one leaves the
 // other. The first day of the week follows the locale until it is set.
@@ -26,6 +26,7 @@
 #include <optional>
 
 #include "core/export.h"
+#include "core/language.h"
 #include "core/locale.h"
 #include "core/numeric_round_mode.h"
 #include "core/refcountable.h"
@@ -40,13 +41,10 @@ class BoolFormat;
 
 class CORE_EXPORT Thread : public Refcountable<Thread> {
  public:
-  static constexpr int kEnglish = 0;
-  static constexpr int kRussian = 1;
-
-  // Throws IllegalArgumentException ("IDS_ERR_ILLEGAL_ARGUMENT") for a
-  // language other than kEnglish and kRussian.
-  static void setLanguage(int language);
-  static int language();
+  // Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") for a
+  // value outside the enumeration.
+  static void setLanguage(Language language);
+  static Language language();
 
   static void setLocale(const Locale& locale);
   static Locale locale();
@@ -88,7 +86,7 @@ class CORE_EXPORT Thread : public Refcountable<Thread> {
   ~Thread();
 
   Locale locale_;
-  int language_;
+  Language language_;
   NumericRoundMode round_mode_ = NumericRoundMode::HalfAwayFromZero;
   std::optional<WeekDay> first_day_of_week_;
   // The thread's component-model context, created on first use.

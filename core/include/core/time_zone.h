@@ -57,7 +57,7 @@ class TimeZoneData;
 
 class CORE_EXPORT TimeZone {
  public:
-  // The zone named `id`. Throws TimeZoneException ("IDS_BADTIMEZONEID", with
+  // The zone named `id`. Throws `TimeZoneException` ("IDS_BADTIMEZONEID", with
   // `id` as its argument) when the identifier names no zone. A null `id`
   // reads as empty.
   explicit TimeZone(const String& id);

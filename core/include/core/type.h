@@ -8,7 +8,7 @@
 //   core::Type number(core::TypeCode::Number);
 //   core::Type same(u"Число");                 // by the Russian name
 //   number.getCLSID() == same.getCLSID();       // true
-//   core::Type(u"NoSuchType");                 // throws TypeException
+//   core::Type(u"NoSuchType");                 // throws `TypeException`
 //
 // Thread safety: a Type is a value; handles to one type may be used from
 // several threads. The registry of types may be read and changed from any
@@ -28,19 +28,20 @@ class CORE_EXPORT Type {
  public:
   using Code = TypeCode;
 
-  // The primitive type of `code`. Throws TypeException
+  // The primitive type of `code`. Throws `TypeException`
   // ("IDS_TYPEERROR_TYPENOTDEFINED") for a code without a primitive type.
   explicit Type(Code code);
-  // The registered type `clsid`. Throws TypeException with the GUID's text.
+  // The registered type `clsid`. Throws `TypeException` ("IDS_TYPEERROR_TYPENOTDEFINED") with the
+  // GUID's text.
   explicit Type(const GUID& clsid);
   // The registered type of that English or Russian name, case ignored.
-  // Throws TypeException with the name.
+  // Throws `TypeException` ("IDS_TYPEERROR_TYPENOTDEFINED") with the name.
   explicit Type(const char16_t* name);
   explicit Type(const String& name);
   // `type`, acquired when `acquire` is true. REQUIRES: `type` is not null.
   explicit Type(IType* type, bool acquire = true) noexcept;
-  // The type that the Type value `value` stands for. Throws TypeException
-  // with the GUID's text when that type is not registered.
+  // The type that the Type value `value` stands for. Throws `TypeException`
+  // ("IDS_TYPEERROR_TYPENOTDEFINED") with the GUID's text when that type is not registered.
   explicit Type(ITypeValue* value);
 
   Code getTypeCode() const { return type_->getTypeCode(); }

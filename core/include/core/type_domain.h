@@ -83,7 +83,7 @@ class CORE_EXPORT NumericQualifiers {
 
   // Written as {digits,fraction,nonnegative}.
   // The brace-list form (core/list_stream.h); deserialize() reads what
-  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // serialize() wrote and throws `ListStreamException` ("IDS_LISTSTREAMERROR")
   // for anything else. Values out of range are cut as the constructor cuts
   // them.
   void serialize(ListOutStream& out) const;
@@ -111,7 +111,7 @@ class CORE_EXPORT StringQualifiers {
 
   // Written as {length,kind}.
   // The brace-list form (core/list_stream.h); deserialize() reads what
-  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // serialize() wrote and throws `ListStreamException` ("IDS_LISTSTREAMERROR")
   // for anything else. Values out of range are cut as the constructor cuts
   // them.
   void serialize(ListOutStream& out) const;
@@ -146,7 +146,7 @@ class CORE_EXPORT DateQualifiers {
 
   // Written as {parts}.
   // The brace-list form (core/list_stream.h); deserialize() reads what
-  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // serialize() wrote and throws `ListStreamException` ("IDS_LISTSTREAMERROR")
   // for anything else. Values out of range are cut as the constructor cuts
   // them.
   void serialize(ListOutStream& out) const;
@@ -174,7 +174,7 @@ class CORE_EXPORT BinaryQualifiers {
 
   // Written as {length,kind}.
   // The brace-list form (core/list_stream.h); deserialize() reads what
-  // serialize() wrote and throws ListStreamException ("IDS_LISTSTREAMERROR")
+  // serialize() wrote and throws `ListStreamException` ("IDS_LISTSTREAMERROR")
   // for anything else. Values out of range are cut as the constructor cuts
   // them.
   void serialize(ListOutStream& out) const;
@@ -228,7 +228,7 @@ class CORE_EXPORT TypeDomainPattern {
   //   {15,2,0},{10,1},{3},{0,1}}
   // for Number(15, 2) or String(10).
   // deserialize() replaces this pattern by the one read; a pattern read back
-  // equals the one written. Throws ListStreamException
+  // equals the one written. Throws `ListStreamException`
   // ("IDS_LISTSTREAMERROR") for anything else, leaving this unchanged.
   void serialize(ListOutStream& out) const;
   void deserialize(ListInStream& in);
@@ -320,7 +320,7 @@ class CORE_EXPORT TypeDomain {
   const TypeDomainPattern& pattern() const noexcept { return pattern_; }
 
   // The type of the first GUID; the Undefined type when the domain is
-  // empty. Throws TypeException ("IDS_TYPEERROR_TYPENOTDEFINED") when that
+  // empty. Throws `TypeException` ("IDS_TYPEERROR_TYPENOTDEFINED") when that
   // GUID is not a registered type.
   Type defaultType() const;
 

@@ -45,7 +45,7 @@ class CORE_EXPORT TypedValue : public GenericValue {
  public:
   // The empty domain, holding Undefined.
   TypedValue() noexcept = default;
-  // Holds the domain's default value. Throws TypeException
+  // Holds the domain's default value. Throws `TypeException`
   // ("IDS_TYPEERROR_TYPENOTDEFINED") when the domain's first type is not
   // registered.
   explicit TypedValue(const TypeDomain& domain);
@@ -61,8 +61,8 @@ class CORE_EXPORT TypedValue : public GenericValue {
   TypedValue& operator=(const GenericValue& other);
 
   // Holds `value` (null gives Undefined) adjusted to the domain. Throws
-  // TypeException when the value's type is not allowed and the domain's
-  // first type is not registered.
+  // `TypeException` ("IDS_TYPEERROR_TYPENOTDEFINED") when the value's type is not allowed and the
+  // domain's first type is not registered.
   void setIValue(IValue* value) override;
   IValue* getIValue() const override { return value_.getIValue(); }
 

@@ -57,7 +57,7 @@ class CORE_EXPORT GenericValue {
   void assign(unsigned long value);
   void assign(long long value);
   void assign(unsigned long long value);
-  // Throws NumericException (code 3) for infinity and NaN.
+  // Throws `NumericException` (code 3, "IDS_NUMERROR_OVERFLOW") for infinity and NaN.
   void assign(double value);
   void assign(const Numeric& value);
   void assign(const char16_t* value);
@@ -91,16 +91,19 @@ class CORE_EXPORT GenericValue {
   bool equals(IValue* value) const;
   bool equals(const GenericValue& value) const;
 
-  bool getBoolean(bool& out) const { return getIValue()->getBoolean(out); }
-  bool getNumeric(Numeric& out) const { return getIValue()->getNumeric(out); }
-  bool getString(String& out) const { return getIValue()->getString(out); }
-  bool getDate(Date& out) const { return getIValue()->getDate(out); }
+  // The held value's conversions (see IValue): true with the result in `out`;
+  // on false, `out` holds no result.
+  [[nodiscard]] bool getBoolean(bool& out) const { return getIValue()->getBoolean(out); }
+  [[nodiscard]] bool getNumeric(Numeric& out) const { return getIValue()->getNumeric(out); }
+  [[nodiscard]] bool getString(String& out) const { return getIValue()->getString(out); }
+  [[nodiscard]] bool getDate(Date& out) const { return getIValue()->getDate(out); }
   Type type() const { return type0(); }
   int32_t hashCode() const { return hashCode0(); }
 
   // Writes and reads the held value's brace-list form (core/persistence.h).
-  // Writing an object value throws UnsupportedOperationException; reading
-  // malformed data throws ListStreamException ("IDS_LISTSTREAMERROR").
+  // Writing an object value throws `UnsupportedOperationException`
+  // ("IDS_ERR_UNSUPPORTED_OPERATION"); reading malformed data throws `ListStreamException`
+  // ("IDS_LISTSTREAMERROR").
   void serialize(IOutPersistenceStorage* storage) const;
   static void deserialize(IInPersistenceStorage* storage, GenericValue& value);
   // The same form as text (not the presentation: see getString), and back.
@@ -199,7 +202,7 @@ CORE_EXPORT InterfacePtr<IValue> create_numeric_value(long value);
 CORE_EXPORT InterfacePtr<IValue> create_numeric_value(unsigned long value);
 CORE_EXPORT InterfacePtr<IValue> create_numeric_value(long long value);
 CORE_EXPORT InterfacePtr<IValue> create_numeric_value(unsigned long long value);
-// Throws NumericException (code 3) for infinity and NaN.
+// Throws `NumericException` (code 3, "IDS_NUMERROR_OVERFLOW") for infinity and NaN.
 CORE_EXPORT InterfacePtr<IValue> create_numeric_value(double value);
 CORE_EXPORT InterfacePtr<IValue> create_numeric_value(const Numeric& value);
 CORE_EXPORT InterfacePtr<IValue> create_string_value(const String& value);

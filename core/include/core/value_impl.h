@@ -63,10 +63,10 @@ class CORE_EXPORT ValueImplBase : public IValue {
 // the object's address; getDataPtr() returns the object itself.
 class CORE_EXPORT ObjectValueCore : public ValueImplBase {
  public:
-  bool getBoolean(bool& out) override;
-  bool getNumeric(Numeric& out) override;
-  bool getString(String& out) override;
-  bool getDate(Date& out) override;
+  [[nodiscard]] bool getBoolean(bool& out) override;
+  [[nodiscard]] bool getNumeric(Numeric& out) override;
+  [[nodiscard]] bool getString(String& out) override;
+  [[nodiscard]] bool getDate(Date& out) override;
   bool isEqual(IValue* other) override;
   int32_t hashCode() override;
   void* getDataPtr() override;
@@ -79,13 +79,13 @@ class CORE_EXPORT ObjectValueCore : public ValueImplBase {
 // The base of the types of object values. Defaults: getTypeCode() is
 // Object; hasCtor(n) is true only for n = 0; isCOMType() is false;
 // isValueMutable() is what the constructor was told; ctor() with no
-// parameters gives createIValue() and with any throws CtorException
+// parameters gives createIValue() and with any throws `CtorException`
 // ("IDS_TOO_MANY_PARAMETERS"). The presentation is the text of
 // `presentationId` in the bundle of `module`.
 class CORE_EXPORT ObjectTypeCore : public IType {
  public:
   TypeCode getTypeCode() override { return TypeCode::Object; }
-  const char16_t* getName(int language) override;
+  const char16_t* getName(Language language) override;
   String getPresentation() override;
   GUID getCLSID() override { return clsid_; }
   bool isCOMType() override { return false; }

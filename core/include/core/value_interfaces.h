@@ -21,6 +21,7 @@
 #include "core/guid.h"
 #include "core/interface_ptr.h"
 #include "core/iunknown.h"
+#include "core/language.h"
 #include "core/numeric.h"
 #include "core/string.h"
 
@@ -41,9 +42,10 @@ enum class TypeCode : int {
   Type = 1000,   // a value whose payload is a type
 };
 
-// A value. Each get... returns true, with the result written, when the
-// value converts to that kind; false when it does not (a failed conversion
-// is no error).
+// A value. Each get... returns true, with the result written to `out`, when
+// the value converts to that kind; false when it does not (a failed
+// conversion is no error). On false, `out` holds no result: it is left as it
+// was, or reset to false, zero or the empty date.
 class IValue : public IUnknown {
  public:
   // {7A4C2E19-3B5D-4F60-8E21-9C0D4B6A1F37}
@@ -52,11 +54,11 @@ class IValue : public IUnknown {
 
   // The value's type; the value holds it, the caller gets no reference.
   virtual IType* getIType() const = 0;
-  virtual bool getBoolean(bool& out) = 0;
-  virtual bool getNumeric(Numeric& out) = 0;
+  [[nodiscard]] virtual bool getBoolean(bool& out) = 0;
+  [[nodiscard]] virtual bool getNumeric(Numeric& out) = 0;
   // The value's presentation, the text a user sees.
-  virtual bool getString(String& out) = 0;
-  virtual bool getDate(Date& out) = 0;
+  [[nodiscard]] virtual bool getString(String& out) = 0;
+  [[nodiscard]] virtual bool getDate(Date& out) = 0;
   virtual bool isEqual(IValue* other) = 0;
   virtual int32_t hashCode() = 0;
   // The object's own data for the host's use; null for primitive values.
@@ -74,9 +76,9 @@ class IType : public IUnknown {
       0x5E0B7D43, 0x91A2, 0x4C8F, {0xB6, 0xD4, 0x2F, 0x3A, 0x8E, 0x17, 0xC9, 0xB5}};
 
   virtual TypeCode getTypeCode() = 0;
-  // The name in `language` (0 English, 1 Russian, the English name when the
-  // type has no Russian one); null for any other language.
-  virtual const char16_t* getName(int language) = 0;
+  // The name in `language` (the English name when the type has no Russian
+  // one); null for a value outside the enumeration.
+  virtual const char16_t* getName(Language language) = 0;
   // The text users see for the type, in the thread's language of messages.
   virtual String getPresentation() = 0;
   virtual GUID getCLSID() = 0;
@@ -84,7 +86,7 @@ class IType : public IUnknown {
   virtual bool isValueMutable() = 0;
   // Is there a constructor with `count` parameters?
   virtual bool hasCtor(unsigned count) = 0;
-  // A value built from `params`. Throws CtorException for parameters the
+  // A value built from `params`. Throws `CtorException` for parameters the
   // type does not accept.
   virtual InterfacePtr<IValue> ctor(std::vector<GenericValue*>& params) = 0;
   // The type's default value.

@@ -2,6 +2,7 @@
 #include "core/guid.h"
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 
 namespace core {
 namespace {

@@ -12,6 +12,7 @@
 
 #include "base/locale_data.h"
 #include "core/exception.h"
+#include "core/exception_classes.h"
 
 namespace core {
 namespace {

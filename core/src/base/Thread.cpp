@@ -5,6 +5,7 @@
 
 #include "base/lifecycle.h"
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/formats.h"
 #include "core/scom.h"
 
@@ -12,7 +13,7 @@ namespace core {
 
 Thread::Thread()
     : locale_(Locale::processDefault()),
-      language_(locale_.language() == u"ru" ? kRussian : kEnglish) {}
+      language_(locale_.language() == u"ru" ? Language::Russian : Language::English) {}
 
 Thread::~Thread() = default;
 
@@ -27,14 +28,14 @@ Thread& Thread::current() {
   return *thread;
 }
 
-void Thread::setLanguage(int language) {
-  if (language != kEnglish && language != kRussian) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(language)));
+void Thread::setLanguage(Language language) {
+  if (language != Language::English && language != Language::Russian) {
+    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(language))));
   }
   current().language_ = language;
 }
 
-int Thread::language() { return current().language_; }
+Language Thread::language() { return current().language_; }
 
 void Thread::setLocale(const Locale& locale) {
   Thread& thread = current();

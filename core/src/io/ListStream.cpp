@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/list_stream.h"
 
 namespace core {

@@ -40,7 +40,7 @@ void write_value(IOutPersistenceStorage* storage, IValue* value) {
       return;
     case TypeCode::Boolean: {
       bool flag = false;
-      value->getBoolean(flag);
+      (void)value->getBoolean(flag);  // the type code says it converts
       out.putBeginOfList();
       out.put(static_cast<int>(code));
       out.put(flag);
@@ -49,7 +49,7 @@ void write_value(IOutPersistenceStorage* storage, IValue* value) {
     }
     case TypeCode::Number: {
       Numeric number;
-      value->getNumeric(number);
+      (void)value->getNumeric(number);  // the type code says it converts
       out.putBeginOfList();
       out.put(static_cast<int>(code));
       out.put(number);
@@ -58,7 +58,7 @@ void write_value(IOutPersistenceStorage* storage, IValue* value) {
     }
     case TypeCode::String: {
       String text;
-      value->getString(text);
+      (void)value->getString(text);  // the type code says it converts
       out.putBeginOfList();
       out.put(static_cast<int>(code));
       out.put(text);
@@ -67,7 +67,7 @@ void write_value(IOutPersistenceStorage* storage, IValue* value) {
     }
     case TypeCode::Date: {
       Date date;
-      value->getDate(date);
+      (void)value->getDate(date);  // the type code says it converts
       out.putBeginOfList();
       out.put(static_cast<int>(code));
       out.put(static_cast<unsigned long long>(date.ticks()));

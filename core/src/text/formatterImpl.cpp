@@ -258,7 +258,7 @@ const String kFalseTexts[2][2] = {{String(u"No"), String(u"False")},
 
 int bool_pair() {
   const InterfacePtr<IApplicationContext> context = application_context();
-  return context && context->compatibilityLevel() < 2 ? 1 : 0;
+  return context && context->compatibilityLevel() < kCompatibilityCurrentBoolTexts ? 1 : 0;
 }
 
 std::u16string_view trim(std::u16string_view text) noexcept {

@@ -38,7 +38,7 @@ void register_type(IType* type) {
   IType*& slot = types.by_clsid[clsid];
   if (slot != nullptr) slot->release();
   slot = type;
-  for (int language = 0; language < 2; ++language) {
+  for (const Language language : {Language::English, Language::Russian}) {
     if (const char16_t* name = type->getName(language)) types.by_name[String(name)] = type;
   }
 }

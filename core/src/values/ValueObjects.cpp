@@ -42,9 +42,8 @@ class PrimitiveType final : public IType {
       : code_(code), clsid_(clsid), names_{english, russian}, presentation_id_(presentation_id) {}
 
   TypeCode getTypeCode() override { return code_; }
-  const char16_t* getName(int language) override {
-    if (language == 1 && names_[1] != nullptr) return names_[1];
-    return language == 0 || language == 1 ? names_[0] : nullptr;
+  const char16_t* getName(Language language) override {
+    return bilingual_name(names_[0], names_[1], language);
   }
   String getPresentation() override { return load_core_wstring(presentation_id_); }
   GUID getCLSID() override { return clsid_; }
@@ -343,9 +342,10 @@ class TypeValue final : public PayloadValue, public ITypeValue {
 bool TypeValue::getString(String& out) {
   InterfacePtr<IType> type = detail::find_type(clsid_);
   if (!type) {
-    // Hosts of releases before 8.3.11 expect a failure here.
     if (InterfacePtr<IApplicationContext> context = application_context()) {
-      if (context->compatibilityLevel() < 80311) throw TypeException(clsid_.toString());
+      if (context->compatibilityLevel() < kCompatibilityUnknownTypeText) {
+        throw TypeException(clsid_.toString());
+      }
     }
     out = format_message(load_core_wstring(TypeException::kMessageId), {clsid_.toString()});
     return true;
@@ -533,9 +533,8 @@ ObjectTypeCore::ObjectTypeCore(const GUID& clsid, const char16_t* englishName,
       module_(module),
       value_mutable_(valueMutable) {}
 
-const char16_t* ObjectTypeCore::getName(int language) {
-  if (language == 1 && names_[1] != nullptr) return names_[1];
-  return language == 0 || language == 1 ? names_[0] : nullptr;
+const char16_t* ObjectTypeCore::getName(Language language) {
+  return bilingual_name(names_[0], names_[1], language);
 }
 
 String ObjectTypeCore::getPresentation() { return load_module_wstring(module_, presentation_id_); }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/exception_handling.h"
 #include "core/iunknown.h"
 

@@ -8,6 +8,7 @@
 #include <typeinfo>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/messages.h"
 #include "core/parameter_errors.h"
 #include "core/scom.h"

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 
 namespace core {
 namespace {

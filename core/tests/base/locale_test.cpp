@@ -4,6 +4,7 @@
 
 #include "base/locale_data.h"
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/locale.h"
 #include "core/messages.h"
 #include "rivet/memory_manager.h"

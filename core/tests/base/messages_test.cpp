@@ -80,7 +80,7 @@ TEST(Messages, TheThreadLocaleSelectsTheLanguage) {
 
 TEST(Messages, NamesLanguageDoesNotSelectMessages) {
   in_locale(u"en_US", [] {
-    Thread::setLanguage(Thread::kRussian);
+    Thread::setLanguage(Language::Russian);
     EXPECT_EQ(load_core_wstring("IDS_TYPE_PRESENT_TYPE"), String(u"Type"));
   });
 }

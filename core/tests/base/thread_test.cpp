@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/init.h"
 #include "core/thread.h"
 
@@ -21,13 +22,13 @@ TEST(Thread, NewThreadsStartFromTheProcessDefault) {
   Locale::setProcessDefault(Locale(u"ru_RU"));
   on_new_thread([] {
     EXPECT_EQ(Thread::locale(), Locale(u"ru_RU"));
-    EXPECT_EQ(Thread::language(), Thread::kRussian);
+    EXPECT_EQ(Thread::language(), Language::Russian);
     EXPECT_EQ(Thread::firstDayOfWeek(), WeekDay::Monday);
     EXPECT_EQ(Thread::roundMode(), NumericRoundMode::HalfAwayFromZero);
   });
   Locale::setProcessDefault(Locale(u"en_US"));
   on_new_thread([] {
-    EXPECT_EQ(Thread::language(), Thread::kEnglish);
+    EXPECT_EQ(Thread::language(), Language::English);
     EXPECT_EQ(Thread::firstDayOfWeek(), WeekDay::Sunday);
   });
   Locale::setProcessDefault(saved);
@@ -36,7 +37,7 @@ TEST(Thread, NewThreadsStartFromTheProcessDefault) {
 TEST(Thread, SettingsBelongToTheCallingThreadOnly) {
   on_new_thread([] {
     Thread::setLocale(Locale(u"de_DE"));
-    Thread::setLanguage(Thread::kRussian);
+    Thread::setLanguage(Language::Russian);
     Thread::setRoundMode(NumericRoundMode::HalfTowardZero);
     Thread::setFirstDayOfWeek(WeekDay::Wednesday);
     on_new_thread([] {
@@ -45,7 +46,7 @@ TEST(Thread, SettingsBelongToTheCallingThreadOnly) {
       EXPECT_NE(Thread::firstDayOfWeek(), WeekDay::Wednesday);
     });
     EXPECT_EQ(Thread::locale(), Locale(u"de_DE"));
-    EXPECT_EQ(Thread::language(), Thread::kRussian);
+    EXPECT_EQ(Thread::language(), Language::Russian);
     EXPECT_EQ(Thread::roundMode(), NumericRoundMode::HalfTowardZero);
     EXPECT_EQ(Thread::firstDayOfWeek(), WeekDay::Wednesday);
   });
@@ -65,20 +66,20 @@ TEST(Thread, FirstDayOfWeekFollowsTheLocaleUntilSet) {
 
 TEST(Thread, LocaleAndLanguageAreIndependent) {
   on_new_thread([] {
-    Thread::setLanguage(Thread::kEnglish);
+    Thread::setLanguage(Language::English);
     Thread::setLocale(Locale(u"ru_RU"));
-    EXPECT_EQ(Thread::language(), Thread::kEnglish);
-    Thread::setLanguage(Thread::kRussian);
+    EXPECT_EQ(Thread::language(), Language::English);
+    Thread::setLanguage(Language::Russian);
     EXPECT_EQ(Thread::locale(), Locale(u"ru_RU"));
   });
 }
 
 TEST(Thread, OutOfRangeSettingsThrowAndChangeNothing) {
   on_new_thread([] {
-    Thread::setLanguage(Thread::kRussian);
-    EXPECT_THROW(Thread::setLanguage(2), IllegalArgumentException);
-    EXPECT_THROW(Thread::setLanguage(-1), IllegalArgumentException);
-    EXPECT_EQ(Thread::language(), Thread::kRussian);
+    Thread::setLanguage(Language::Russian);
+    EXPECT_THROW(Thread::setLanguage(static_cast<Language>(2)), IllegalArgumentException);
+    EXPECT_THROW(Thread::setLanguage(static_cast<Language>(-1)), IllegalArgumentException);
+    EXPECT_EQ(Thread::language(), Language::Russian);
     EXPECT_THROW(Thread::setRoundMode(static_cast<NumericRoundMode>(2)), IllegalArgumentException);
     EXPECT_THROW(Thread::setFirstDayOfWeek(static_cast<WeekDay>(0)), IllegalArgumentException);
     EXPECT_THROW(Thread::setFirstDayOfWeek(static_cast<WeekDay>(8)), IllegalArgumentException);
@@ -92,8 +93,8 @@ TEST(CoreInit, RepeatedStartsAndStopsAreHarmless) {
   CoreDeinit();
   CoreDeinit();
   on_new_thread([] {
-    Thread::setLanguage(Thread::kRussian);
-    EXPECT_EQ(Thread::language(), Thread::kRussian);
+    Thread::setLanguage(Language::Russian);
+    EXPECT_EQ(Thread::language(), Language::Russian);
   });
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/exception.h"
+#include "core/exception_classes.h"
 #include "core/io.h"
 #include "test_util.h"
 

@@ -201,12 +201,12 @@ TEST(Formats, BooleanTextsAndParsing) {
   EXPECT_FALSE(value);
 
   {
-    testing::ScopedCompatibilityLevel old_release(1);
+    testing::ScopedCompatibilityLevel old_release(kCompatibilityCurrentBoolTexts - 1);
     EXPECT_EQ(en.format(true), u"True");
     EXPECT_EQ(ru.format(false), u"Ложь");
   }
   {
-    testing::ScopedCompatibilityLevel current(2);
+    testing::ScopedCompatibilityLevel current(kCompatibilityCurrentBoolTexts);
     EXPECT_EQ(ru.format(false), u"Нет");
   }
   EXPECT_EQ(en.format(true), u"Yes");

@@ -429,7 +429,7 @@ TEST(Numeric, DigitsForFormats) {
   EXPECT_STREQ(buffer, "000");
   EXPECT_TRUE(num("1000000000.5").digits(buffer, 12, 1, Mode::HalfTowardZero));
   EXPECT_STREQ(buffer, "010000000005");
-  EXPECT_THROW(num("1").digits(buffer, 1, 2, Mode::HalfTowardZero), IllegalArgumentException);
+  EXPECT_THROW((void)num("1").digits(buffer, 1, 2, Mode::HalfTowardZero), IllegalArgumentException);
 
   EXPECT_TRUE(num("-123.45").digits(buffer, 6));
   EXPECT_STREQ(buffer, "12345");

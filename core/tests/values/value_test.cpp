@@ -199,14 +199,14 @@ TEST(Type, PrimitiveTypesByCodeGuidAndName) {
     ASSERT_NE(type, nullptr);
     EXPECT_EQ(type->getTypeCode(), code);
     EXPECT_EQ(Type(type->getCLSID()).getIType(), type);
-    EXPECT_EQ(Type(type->getName(0)).getIType(), type);
-    EXPECT_EQ(Type(type->getName(1)).getIType(), type);
-    EXPECT_EQ(type->getName(2), nullptr);
+    EXPECT_EQ(Type(type->getName(Language::English)).getIType(), type);
+    EXPECT_EQ(Type(type->getName(Language::Russian)).getIType(), type);
+    EXPECT_EQ(type->getName(static_cast<Language>(2)), nullptr);
     EXPECT_FALSE(type->getPresentation().empty());
   }
   EXPECT_EQ(Type::create_type(static_cast<TypeCode>(6)), nullptr);
   EXPECT_EQ(Type(u"число").getTypeCode(), TypeCode::Number);
-  EXPECT_EQ(String(Type::create_type(TypeCode::Null)->getName(1)), String(u"Null"));
+  EXPECT_EQ(String(Type::create_type(TypeCode::Null)->getName(Language::Russian)), String(u"Null"));
   EXPECT_EQ(Value(12).type(), Type(TypeCode::Number));
 }
 
@@ -235,11 +235,11 @@ TEST(Type, TypeValuesPresentTheirTypeOrReportTheUnknownGuid) {
     EXPECT_EQ(to_string(orphan), format_message(load_core_wstring("IDS_TYPEERROR_TYPENOTDEFINED"),
                                                 {unknown.toString()}));
     {
-      ScopedLevel before(80310);
+      ScopedLevel before(kCompatibilityUnknownTypeText - 1);
       String text;
-      EXPECT_THROW(orphan.getString(text), TypeException);
+      EXPECT_THROW((void)orphan.getString(text), TypeException);
     }
-    ScopedLevel from(80311);
+    ScopedLevel from(kCompatibilityUnknownTypeText);
     EXPECT_FALSE(to_string(orphan).empty());
   });
 }
@@ -252,7 +252,7 @@ TEST(Value, SharedValuesAcrossThreadsAndLanguages) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&, t] {
       Thread::setLocale(Locale(t % 2 == 0 ? u"en_US" : u"ru_RU"));
-      Thread::setLanguage(t % 2);
+      Thread::setLanguage(static_cast<Language>(t % 2));
       const String expected_number = to_string(shared_number);
       const String expected_type = to_string(shared_type);
       for (int i = 0; i < 2000; ++i) {
