@@ -42,15 +42,6 @@ std::string str(const Numeric& n) {
     }                                                       \
   } while (false)
 
-TEST(Numeric, ExceptionCodesAreOneToThree) {
-  EXPECT_NUMERIC_ERROR(throw NumericException(NumericException::Code::DivideByZero), 1,
-                       "IDS_NUMERROR_DIVIDEBYZERO");
-  EXPECT_NUMERIC_ERROR(throw NumericException(NumericException::Code::NegativePow), 2,
-                       "IDS_NUMERROR_NEGATIVEPOW");
-  EXPECT_NUMERIC_ERROR(throw NumericException(NumericException::Code::Overflow), 3,
-                       "IDS_NUMERROR_OVERFLOW");
-}
-
 TEST(Numeric, NormalisedLayoutDropsZeroLimbsAtBothEnds) {
   const Numeric billion = num("1000000000");
   EXPECT_EQ(billion.limbCount(), 1);
