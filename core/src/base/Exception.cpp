@@ -56,6 +56,7 @@ constexpr const char* kCategoryPresentationIds[Exception::kCategoryCount] = {
 // The wrapper that Exception::object() hands out.
 class ExceptionObject final : public UnknownImpl<IExceptionObject> {
  public:
+  // NOLINTNEXTLINE(bugprone-throw-keyword-missing): a copy kept, not thrown.
   explicit ExceptionObject(const Exception& e) noexcept : exception_(e) {}
   const Exception& exception() const override { return exception_; }
 
