@@ -16,15 +16,24 @@
 
 #if defined(__SANITIZE_ADDRESS__)
 #define RIVET_TEST_ASAN 1
+#elif defined(__SANITIZE_THREAD__)
+#define RIVET_TEST_TSAN 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define RIVET_TEST_ASAN 1
+#elif __has_feature(thread_sanitizer)
+#define RIVET_TEST_TSAN 1
 #endif
 #endif
 
+// The failure tests need malloc to return null instead of the sanitizer
+// aborting.
 #if defined(RIVET_TEST_ASAN)
-// The failure tests need malloc to return null instead of ASan aborting.
 extern "C" __attribute__((visibility("default"), used)) const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+#elif defined(RIVET_TEST_TSAN)
+extern "C" __attribute__((visibility("default"), used)) const char* __tsan_default_options() {
   return "allocator_may_return_null=1";
 }
 #endif

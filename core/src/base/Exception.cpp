@@ -7,8 +7,6 @@
 #include <cstdio>
 #include <exception>
 #include <iterator>
-#include <mutex>
-#include <shared_mutex>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -19,6 +17,7 @@
 #include "core/messages.h"
 #include "core/parameter_errors.h"
 #include "core/scom.h"
+#include "internal/thread_annotations.h"
 #include "platform/stack_trace.h"
 
 #ifdef _WIN32
@@ -57,6 +56,7 @@ constexpr const char* kCategoryPresentationIds[Exception::kCategoryCount] = {
 // The wrapper that Exception::object() hands out.
 class ExceptionObject final : public UnknownImpl<IExceptionObject> {
  public:
+  // NOLINTNEXTLINE(bugprone-throw-keyword-missing): a copy kept, not thrown.
   explicit ExceptionObject(const Exception& e) noexcept : exception_(e) {}
   const Exception& exception() const override { return exception_; }
 
@@ -561,8 +561,8 @@ namespace {
 // The process-wide slots are never destroyed: an exception may be deferred or
 // reported while static objects are being torn down.
 struct DeferredSlot {
-  std::mutex mutex;
-  std::exception_ptr exception;
+  detail::Mutex mutex;
+  std::exception_ptr exception CORE_GUARDED_BY(mutex);
 };
 
 DeferredSlot& deferred_slot() {
@@ -571,8 +571,8 @@ DeferredSlot& deferred_slot() {
 }
 
 struct HandlerSlot {
-  std::shared_mutex mutex;
-  InterfacePtr<IExceptionHandler> handler;
+  detail::SharedMutex mutex;
+  InterfacePtr<IExceptionHandler> handler CORE_GUARDED_BY(mutex);
 };
 
 HandlerSlot& handler_slot() {
@@ -623,13 +623,13 @@ void defer_exception() noexcept {
   std::exception_ptr current = std::current_exception();
   if (!current) return;
   DeferredSlot& slot = deferred_slot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
+  detail::MutexLock lock(slot.mutex);
   if (!slot.exception) slot.exception = std::move(current);
 }
 
 bool have_deferred_exception() noexcept {
   DeferredSlot& slot = deferred_slot();
-  std::lock_guard<std::mutex> lock(slot.mutex);
+  detail::MutexLock lock(slot.mutex);
   return static_cast<bool>(slot.exception);
 }
 
@@ -637,7 +637,7 @@ void raise_deferred_exception() {
   std::exception_ptr deferred;
   {
     DeferredSlot& slot = deferred_slot();
-    std::lock_guard<std::mutex> lock(slot.mutex);
+    detail::MutexLock lock(slot.mutex);
     deferred = std::exchange(slot.exception, nullptr);
   }
   if (deferred) std::rethrow_exception(deferred);
@@ -653,7 +653,7 @@ void set_destructor_exception_handler(IExceptionHandler* handler) {
   InterfacePtr<IExceptionHandler> previous(handler);
   {
     HandlerSlot& slot = handler_slot();
-    std::unique_lock<std::shared_mutex> lock(slot.mutex);
+    detail::WriterLock lock(slot.mutex);
     std::swap(previous, slot.handler);
   }
   // The previous handler is released here, outside the lock: its destructor
@@ -662,7 +662,7 @@ void set_destructor_exception_handler(IExceptionHandler* handler) {
 
 InterfacePtr<IExceptionHandler> get_destructor_exception_handler() {
   HandlerSlot& slot = handler_slot();
-  std::shared_lock<std::shared_mutex> lock(slot.mutex);
+  detail::ReaderLock lock(slot.mutex);
   return slot.handler;
 }
 

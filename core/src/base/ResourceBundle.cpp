@@ -4,13 +4,12 @@
 #include <unicode/ures.h>
 
 #include <algorithm>
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
 #include <vector>
 
 #include "base/locale_data.h"
 #include "base/resource_tracker.h"
+#include "internal/thread_annotations.h"
 
 namespace core {
 
@@ -21,20 +20,20 @@ struct SCOM_ResourceBundle::Impl {
 
   // The ICU bundle for `locale`, opened on first use; null when not even the
   // root data can be opened.
-  UResourceBundle* bundleFor(const Locale& locale) {
+  UResourceBundle* bundleFor(const Locale& locale) CORE_EXCLUDES(mutex) {
     const detail::LocaleData* key = &locale.data();
     {
-      std::shared_lock<std::shared_mutex> lock(mutex);
+      detail::ReaderLock lock(mutex);
       if (UResourceBundle* found = find(key)) return found;
     }
-    std::unique_lock<std::shared_mutex> lock(mutex);
+    detail::WriterLock lock(mutex);
     if (UResourceBundle* found = find(key)) return found;
     UResourceBundle* opened = open(locale.data().icu.getName());
     entries.emplace_back(key, opened);
     return opened;
   }
 
-  UResourceBundle* find(const detail::LocaleData* key) const {
+  UResourceBundle* find(const detail::LocaleData* key) const CORE_REQUIRES_SHARED(mutex) {
     for (const auto& [locale, bundle] : entries) {
       if (locale == key) return bundle;
     }
@@ -59,17 +58,18 @@ struct SCOM_ResourceBundle::Impl {
     return bundle;
   }
 
-  void closeAll() {
-    std::unique_lock<std::shared_mutex> lock(mutex);
+  void closeAll() CORE_EXCLUDES(mutex) {
+    detail::WriterLock lock(mutex);
     for (const auto& entry : entries) ures_close(entry.second);
     entries.clear();
   }
 
   const std::string name;
-  std::shared_mutex mutex;
+  detail::SharedMutex mutex;
   // A locale whose bundle could not be opened keeps a null entry, so that it
   // is not tried again on every lookup.
-  std::vector<std::pair<const detail::LocaleData*, UResourceBundle*>> entries;
+  std::vector<std::pair<const detail::LocaleData*, UResourceBundle*>> entries
+      CORE_GUARDED_BY(mutex);
 };
 
 SCOM_ResourceBundle::SCOM_ResourceBundle(const char* name) : impl_(std::make_unique<Impl>(name)) {}

@@ -37,6 +37,7 @@ std::string StackTrace::render() const {
     // (after a call that does not return), so the name is looked up one byte
     // before it.
     Dl_info info{};
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): looked up, never dereferenced.
     const bool found = address != 0 && dladdr(reinterpret_cast<void*>(address - 1), &info) != 0;
     std::snprintf(line, sizeof(line), "#%d 0x%016" PRIxPTR " ", i, address);
     text += line;

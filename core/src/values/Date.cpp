@@ -28,9 +28,8 @@ constexpr bool leap(std::int64_t year) noexcept {
 }
 
 inline std::uint64_t days_from_civil(int year, int month, int day) noexcept {
-  return static_cast<std::uint64_t>(days_before_year(static_cast<std::uint32_t>(year - 1)) +
-                                    kMonthStart[leap(year)][month - 1] +
-                                    static_cast<std::uint32_t>(day - 1));
+  return static_cast<std::uint64_t>(days_before_year(static_cast<std::uint32_t>(year - 1))) +
+         kMonthStart[leap(year)][month - 1] + static_cast<std::uint32_t>(day - 1);
 }
 
 inline bool valid_parts(int year, int month, int day, int hour, int minute, int second) noexcept {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/exception.h"
@@ -90,6 +92,47 @@ TEST(DestructorException, TheInstalledHandlerReceivesItAndIsReleasedOnReplace) {
   EXPECT_EQ(handler->acquire() - 1, alone);
   handler->release();
   EXPECT_ANY_THROW({ FailingResource resource; });
+}
+
+// Threads report while others swap handlers in and out: every report reaches
+// a handler (none is lost to a half-replaced slot), and every reference taken
+// is given back.
+TEST(DestructorException, HandlersSwappedWhileOtherThreadsReport) {
+  class CountingHandler : public UnknownImpl<IExceptionHandler> {
+   public:
+    explicit CountingHandler(std::atomic<int>& count) : count_(count) {}
+    void handleException(const Exception&) override { ++count_; }
+
+   private:
+    std::atomic<int>& count_;
+  };
+  std::atomic<int> handled{0};
+  InterfacePtr<CountingHandler> first(new CountingHandler(handled));
+  InterfacePtr<CountingHandler> second(new CountingHandler(handled));
+  const int32_t alone = first->acquire() - 1;
+  first->release();
+  set_destructor_exception_handler(first.get());
+
+  constexpr int kReports = 200;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([] {
+      for (int i = 0; i < kReports; ++i) FailingResource resource;
+    });
+  }
+  threads.emplace_back([&] {
+    for (int i = 0; i < kReports; ++i) {
+      set_destructor_exception_handler(i % 2 == 0 ? second.get() : first.get());
+    }
+  });
+  for (std::thread& thread : threads) thread.join();
+  set_destructor_exception_handler(nullptr);
+
+  EXPECT_EQ(handled.load(), 3 * kReports);
+  EXPECT_EQ(first->acquire() - 1, alone);
+  EXPECT_EQ(second->acquire() - 1, alone);
+  first->release();
+  second->release();
 }
 
 struct TechLogRecord {

@@ -3,6 +3,7 @@
 
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/converter.h"
@@ -127,6 +128,26 @@ String widen_in_pieces(StreamConverterToUnicode& reader, const std::string& byte
   reader.widen(flush, 0, target, room);
   out.append(buffer.data(), target);
   return String(out);
+}
+
+// One Converter used by several threads at once: each call either holds the
+// shared ICU converter or opens one of its own, and every thread gets the
+// same bytes and text back.
+TEST(Converter, SharedByThreadsGivesEveryThreadTheSameResult) {
+  const Converter converter(u"windows-1251");
+  const std::string expected = iconv_narrow("WINDOWS-1251", kMixed);
+  std::vector<int> good(4, 0);
+  std::vector<std::thread> threads;
+  for (int& count : good) {
+    threads.emplace_back([&converter, &expected, &count] {
+      for (int i = 0; i < 50; ++i) {
+        const std::string bytes = converter.narrow(kMixed);
+        if (bytes == expected && converter.widen(bytes) == String(kMixed)) ++count;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(good, std::vector<int>(4, 50));
 }
 
 TEST(StreamConverter, PiecesOfEverySizeGiveTheWholeStringResult) {
