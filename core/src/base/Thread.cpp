@@ -1,12 +1,11 @@
 // Implements core/thread.h: the calling thread's settings and formats.
 #include "core/thread.h"
 
-#include <string>
-
 #include "base/lifecycle.h"
 #include "core/exception.h"
 #include "core/formats.h"
 #include "core/scom.h"
+#include "internal/throw.h"
 
 namespace core {
 
@@ -29,7 +28,7 @@ Thread& Thread::current() {
 
 void Thread::setLanguage(int language) {
   if (language != kEnglish && language != kRussian) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(language)));
+    detail::throw_illegal_argument(language);
   }
   current().language_ = language;
 }
@@ -49,7 +48,7 @@ Locale Thread::locale() { return current().locale_; }
 
 void Thread::setRoundMode(NumericRoundMode mode) {
   if (mode != NumericRoundMode::HalfTowardZero && mode != NumericRoundMode::HalfAwayFromZero) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(mode))));
+    detail::throw_illegal_argument(static_cast<int>(mode));
   }
   current().round_mode_ = mode;
 }
@@ -58,7 +57,7 @@ NumericRoundMode Thread::roundMode() { return current().round_mode_; }
 
 void Thread::setFirstDayOfWeek(WeekDay day) {
   if (static_cast<int>(day) < 1 || static_cast<int>(day) > 7) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(day))));
+    detail::throw_illegal_argument(static_cast<int>(day));
   }
   current().first_day_of_week_ = day;
 }
