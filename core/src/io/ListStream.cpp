@@ -1,6 +1,4 @@
 // Implements core/list_stream.h: the brace-list text and binary streams.
-#include <unicode/uchar.h>
-
 #include <array>
 #include <bit>
 #include <charconv>
@@ -10,11 +8,15 @@
 
 #include "core/exception.h"
 #include "core/list_stream.h"
+#include "internal/chars.h"
 #include "internal/throw.h"
 
 namespace core {
 
+using detail::hex_digit_value;
+using detail::is_white_space;
 using detail::throw_list_stream_error;
+using detail::trim_white_space;
 
 namespace {
 
@@ -30,22 +32,6 @@ constexpr std::array<signed char, 128> kBase64Values = [] {
     values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
   return values;
 }();
-
-// White space as ICU's u_isspace has it, looked up in a table below 128.
-const std::array<bool, 128> kAsciiSpace = [] {
-  std::array<bool, 128> table{};
-  for (UChar32 c = 0; c < 128; ++c) table[c] = u_isspace(c) != 0;
-  return table;
-}();
-
-inline bool is_space(char16_t c) { return c < 128 ? kAsciiSpace[c] : u_isspace(c) != 0; }
-
-int hex_value(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  return -1;
-}
 
 // Appends the Base64 form of `data`, with "\r\n" between runs of 64
 // characters.
@@ -88,7 +74,7 @@ void decode_base64(std::u16string_view text, std::string& out) {
   int filled = 0;
   int padding = 0;
   for (const char16_t c : text) {
-    if (is_space(c)) continue;
+    if (is_white_space(c)) continue;
     if (c == u'=') {
       if (filled < 2) throw_list_stream_error();
       ++padding;
@@ -120,12 +106,6 @@ void decode_base64(std::u16string_view text, std::string& out) {
   }
   if (filled != 0) throw_list_stream_error();
   // After padding the group closes, and nothing may follow.
-}
-
-std::u16string_view trim(std::u16string_view word) {
-  while (!word.empty() && is_space(word.back())) word.remove_suffix(1);
-  while (!word.empty() && is_space(word.front())) word.remove_prefix(1);
-  return word;
 }
 
 // Reads "-"? digits into a sign and magnitude; false when the text is not
@@ -440,12 +420,12 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     }
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    if (readElement() || !parse_integer(trim(word_), negative, magnitude))
+    if (readElement() || !parse_integer(trim_white_space(word_), negative, magnitude))
       throw_list_stream_error();
   }
   double getDouble() override {
     double value = 0;
-    if (readElement() || !parse_double(trim(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_double(trim_white_space(word_), value)) throw_list_stream_error();
     return value;
   }
   float getFloat() override {
@@ -456,7 +436,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   GUID getGuid() override {
     GUID value{};
-    if (readElement() || !parse_guid(trim(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_guid(trim_white_space(word_), value)) throw_list_stream_error();
     return value;
   }
   void getString(String& out) override {
@@ -464,7 +444,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
       out = String(std::u16string_view(word_));
       return;
     }
-    const std::u16string_view word = trim(word_);
+    const std::u16string_view word = trim_white_space(word_);
     if (word.empty()) throw_list_stream_error();
     out = String(word);
   }
@@ -474,7 +454,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   void getNumeric(Numeric& out) override {
     if (readElement()) throw_list_stream_error();
-    out = parse_numeric(trim(word_));
+    out = parse_numeric(trim_white_space(word_));
   }
   void skipListContent(String* saved) override {
     saved_ = saved;
@@ -510,7 +490,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   void skipSpace() {
     for (;;) {
       while (position_ < size_) {
-        if (!is_space(buffer_[position_])) return;
+        if (!is_white_space(buffer_[position_])) return;
         advance();
       }
       if (!refill()) return;
@@ -553,7 +533,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
           for (int i = 0; i < 4; ++i) {
             c = peekChar();
             if (c == kEnd) throw_list_stream_error();
-            const int digit = hex_value(static_cast<char16_t>(c));
+            const int digit = hex_digit_value(static_cast<char16_t>(c));
             if (digit < 0) throw_list_stream_error();
             advance();
             unit = unit * 16 + digit;
@@ -588,7 +568,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
         advance();
         for (int i = 0; i < 4; ++i) {
           c = peekChar();
-          if (c == kEnd || hex_value(static_cast<char16_t>(c)) < 0) throw_list_stream_error();
+          if (c == kEnd || hex_digit_value(static_cast<char16_t>(c)) < 0) throw_list_stream_error();
           advance();
         }
       } else {

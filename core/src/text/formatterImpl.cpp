@@ -5,7 +5,6 @@
 #include <unicode/numfmt.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
-#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <climits>
@@ -22,6 +21,7 @@
 #include "core/nocase.h"
 #include "core/params.h"
 #include "core/thread.h"
+#include "internal/chars.h"
 
 namespace core {
 namespace {
@@ -168,7 +168,7 @@ bool same_key(std::u16string_view name, std::u16string_view english,
 long long read_integer(const String& text) noexcept {
   const char16_t* p = text.c_str();
   const char16_t* end = p + text.size();
-  while (p != end && u_isspace(*p)) ++p;
+  while (p != end && detail::is_white_space(*p)) ++p;
   bool negative = false;
   if (p != end && (*p == u'+' || *p == u'-')) negative = *p++ == u'-';
   long long value = 0;
@@ -261,12 +261,6 @@ int bool_pair() {
   return context && context->compatibilityLevel() < 2 ? 1 : 0;
 }
 
-std::u16string_view trim(std::u16string_view text) noexcept {
-  while (!text.empty() && u_isspace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && u_isspace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 }  // namespace
 
 // NumericFormat ------------------------------------------------------------
@@ -286,7 +280,7 @@ bool NumericFormat::setWin32Grouping(const String& grouping) {
   std::size_t start = 0;
   while (true) {
     const std::size_t stop = std::min(text.find(u';', start), text.size());
-    const std::u16string_view item = trim(text.substr(start, stop - start));
+    const std::u16string_view item = detail::trim_white_space(text.substr(start, stop - start));
     if (item.size() != 1 || item[0] < u'0' || item[0] > u'9') {
       if (!(item.empty() && text.find_first_not_of(u" \t") == std::u16string_view::npos)) {
         return false;
@@ -525,7 +519,7 @@ const String& BoolFormat::falseText() const { return kFalseTexts[russian_][bool_
 String BoolFormat::format(bool value) const { return value ? trueText() : falseText(); }
 
 bool BoolFormat::parse(const String& text, bool& out) const {
-  const std::u16string_view word = trim(text);
+  const std::u16string_view word = detail::trim_white_space(text);
   for (int pair = 0; pair < 2; ++pair) {
     if (compare_nocase(word, kTrueTexts[russian_][pair]) == 0) {
       out = true;
