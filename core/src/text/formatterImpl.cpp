@@ -22,6 +22,7 @@
 #include "core/params.h"
 #include "core/thread.h"
 #include "internal/chars.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace {
@@ -52,14 +53,6 @@ class LruCache {
   std::vector<std::pair<String, std::unique_ptr<Value>>> entries_;
 };
 
-String from_icu(const icu::UnicodeString& text) {
-  return String(text.getBuffer(), static_cast<std::size_t>(text.length()));
-}
-
-icu::UnicodeString alias_icu(const String& text) {
-  return icu::UnicodeString(false, text.data(), static_cast<int32_t>(text.size()));
-}
-
 // The Locale of `name`, kept per thread. Throws LocaleException for a bad
 // name (bad names are not kept).
 const Locale& cached_locale(const String& name) {
@@ -78,10 +71,10 @@ const Grouping& locale_grouping(const Locale& locale) {
   if (Grouping* grouping = cache.find(locale.name())) return *grouping;
   auto grouping = std::make_unique<Grouping>();
   grouping->sizes = {3};
-  UErrorCode status = U_ZERO_ERROR;
+  detail::IcuStatus status;
   std::unique_ptr<icu::NumberFormat> format(
       icu::NumberFormat::createInstance(locale.data().icu, status));
-  if (U_SUCCESS(status)) {
+  if (status.isSuccess()) {
     if (const auto* decimal = dynamic_cast<const icu::DecimalFormat*>(format.get())) {
       const int32_t primary = decimal->getGroupingSize();
       const int32_t secondary = decimal->getSecondaryGroupingSize();
@@ -122,7 +115,7 @@ const Patterns& locale_patterns(const Locale& locale) {
     }
     icu::UnicodeString pattern;
     simple->toPattern(pattern);
-    (*patterns)[i] = from_icu(pattern);
+    (*patterns)[i] = detail::from_icu(pattern);
   }
   return cache.insert(locale.name(), std::move(patterns));
 }
@@ -139,13 +132,13 @@ icu::SimpleDateFormat* cached_date_formatter(const Locale& locale, const String&
   key.append(pattern);
   if (Entry* entry = cache.find(key)) return entry->format.get();
   auto entry = std::make_unique<Entry>();
-  UErrorCode status = U_ZERO_ERROR;
-  auto format =
-      std::make_unique<icu::SimpleDateFormat>(alias_icu(pattern), locale.data().icu, status);
-  if (U_SUCCESS(status)) {
+  detail::IcuStatus status;
+  auto format = std::make_unique<icu::SimpleDateFormat>(detail::alias_icu(pattern),
+                                                        locale.data().icu, status);
+  if (status.isSuccess()) {
     auto calendar = std::make_unique<icu::GregorianCalendar>(icu::TimeZone::getGMT()->clone(),
                                                              locale.data().icu, status);
-    if (U_SUCCESS(status)) {
+    if (status.isSuccess()) {
       calendar->setGregorianChange(-8.64e15, status);
       format->adoptCalendar(calendar.release());
       entry->format = std::move(format);
@@ -419,7 +412,7 @@ String DateFormat::format(const Date& date, const String& pattern) const {
   const auto millis = static_cast<std::int64_t>(date.ticks() / 10) - kUnixEpochMillis;
   icu::UnicodeString text;
   formatter->format(static_cast<UDate>(millis), text);
-  return from_icu(text);
+  return detail::from_icu(text);
 }
 
 String DateFormat::format(const Date& date) const { return format(date, patterns_[3]); }

@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <functional>
+#include <new>
 #include <random>
 #include <string>
 #include <string_view>
@@ -16,6 +17,7 @@
 #include "core/numeric.h"
 #include "core/thread.h"
 #include "internal/chars.h"
+#include "internal/icu.h"
 #include "internal/throw.h"
 #include "internal/utf8.h"
 #include "test_util.h"
@@ -234,6 +236,41 @@ TEST(Utf8, EncodersReplaceUnpairedSurrogates) {
       EXPECT_EQ(encode_to_file(c.text, split), c.bytes) << "split at " << split;
     }
   }
+}
+
+// ICU ---------------------------------------------------------------------
+
+// Warnings are negative codes and count as success: a check against
+// U_ZERO_ERROR would wrongly throw on them.
+TEST(IcuStatus, ThrowsOnFailuresOnly) {
+  for (const UErrorCode code : {U_ZERO_ERROR, U_USING_FALLBACK_WARNING, U_USING_DEFAULT_WARNING,
+                                U_STRING_NOT_TERMINATED_WARNING}) {
+    detail::IcuStatus status;
+    status.set(code);
+    EXPECT_FALSE(status.isFailure()) << u_errorName(code);
+    EXPECT_NO_THROW(status.assertSuccess()) << u_errorName(code);
+  }
+  detail::IcuStatus no_memory;
+  no_memory.set(U_MEMORY_ALLOCATION_ERROR);
+  EXPECT_THROW(no_memory.assertSuccess(), std::bad_alloc);
+  detail::IcuStatus bad_argument;
+  bad_argument.set(U_ILLEGAL_ARGUMENT_ERROR);
+  try {
+    bad_argument.assertSuccess();
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const IllegalStateException& e) {
+    EXPECT_EQ(detail_of(e), "U_ILLEGAL_ARGUMENT_ERROR");
+  }
+}
+
+TEST(IcuStrings, CopyAndAliasKeepEveryUnit) {
+  const String text(u"a\0\U0001F600\u00E9", 5);
+  const icu::UnicodeString alias = detail::alias_icu(text);
+  EXPECT_EQ(alias.getBuffer(), reinterpret_cast<const UChar*>(text.data()));  // no copy
+  EXPECT_EQ(detail::from_icu(alias), text);
+  icu::UnicodeString bogus;
+  bogus.setToBogus();
+  EXPECT_EQ(detail::from_icu(bogus), String());
 }
 
 }  // namespace
