@@ -1,5 +1,5 @@
-// Case-insensitive comparison and hashing against ICU, and the cost of
-// copying a long String.
+// Case-insensitive comparison and hashing against ICU, the cost of copying a
+// long String, and UTF-8 decoding and encoding against ICU's converters.
 #include <benchmark/benchmark.h>
 #include <unicode/uchar.h>
 #include <unicode/ustring.h>
@@ -107,5 +107,61 @@ void BM_CopyU16String1000(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_CopyU16String1000);
+
+// A mixed text of 1000 units: ASCII, Cyrillic, a three-byte sign and a pair.
+std::u16string mixed_text() {
+  std::u16string text;
+  while (text.size() < 1000) text += u"plain text, кириллица €1 😀 ";
+  text.resize(1000);
+  return text;
+}
+
+void BM_FromUtf8(benchmark::State& state) {
+  const std::string bytes = core::String(mixed_text()).toUtf8();
+  for (auto _ : state) {
+    core::String text = core::String::fromUtf8(bytes);
+    benchmark::DoNotOptimize(text.data());
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+BENCHMARK(BM_FromUtf8);
+
+// The peer: ICU's decoder with the same substitution, into a buffer that is
+// already large enough.
+void BM_IcuFromUtf8(benchmark::State& state) {
+  const std::string bytes = core::String(mixed_text()).toUtf8();
+  std::u16string text(bytes.size(), u'\0');
+  for (auto _ : state) {
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8WithSub(text.data(), static_cast<int32_t>(text.size()), &length, bytes.data(),
+                         static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr, &status);
+    benchmark::DoNotOptimize(length);
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+}
+BENCHMARK(BM_IcuFromUtf8);
+
+void BM_ToUtf8(benchmark::State& state) {
+  const core::String text(mixed_text());
+  for (auto _ : state) {
+    std::string bytes = text.toUtf8();
+    benchmark::DoNotOptimize(bytes.data());
+  }
+}
+BENCHMARK(BM_ToUtf8);
+
+void BM_IcuToUtf8(benchmark::State& state) {
+  const std::u16string text = mixed_text();
+  std::string bytes(text.size() * 3, '\0');
+  for (auto _ : state) {
+    int32_t length = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(bytes.data(), static_cast<int32_t>(bytes.size()), &length, text.data(),
+                       static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
+    benchmark::DoNotOptimize(length);
+  }
+}
+BENCHMARK(BM_IcuToUtf8);
 
 }  // namespace

@@ -3,22 +3,16 @@
 
 #include "core/exception.h"
 #include "core/exception_classes.h"
+#include "internal/chars.h"
 
 namespace core {
 namespace {
-
-int hex_value(char16_t unit) noexcept {
-  if (unit >= u'0' && unit <= u'9') return unit - u'0';
-  if (unit >= u'a' && unit <= u'f') return unit - u'a' + 10;
-  if (unit >= u'A' && unit <= u'F') return unit - u'A' + 10;
-  return -1;
-}
 
 // Reads `digits` hexadecimal digits at `pos`.
 bool read_hex(std::u16string_view text, std::size_t pos, int digits, std::uint32_t& out) noexcept {
   std::uint32_t value = 0;
   for (int i = 0; i < digits; ++i) {
-    const int digit = hex_value(text[pos + static_cast<std::size_t>(i)]);
+    const int digit = detail::hex_digit_value(text[pos + static_cast<std::size_t>(i)]);
     if (digit < 0) return false;
     value = (value << 4) | static_cast<std::uint32_t>(digit);
   }

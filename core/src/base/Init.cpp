@@ -15,6 +15,7 @@
 #include "core/init.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "internal/icu.h"
 #include "rivet/memory_manager.h"
 #include "values/value_objects.h"
 
@@ -49,10 +50,10 @@ int icu_use_count = 0;
 void acquire_icu() {
   std::lock_guard<std::mutex> lock(icu_lock());
   if (icu_use_count++ == 0) {
-    UErrorCode status = U_ZERO_ERROR;
-    u_init(&status);
-    if (U_FAILURE(status)) {
-      std::fprintf(stderr, "core: ICU cannot start: %s\n", u_errorName(status));
+    detail::IcuStatus status;
+    u_init(status);
+    if (status.isFailure()) {
+      std::fprintf(stderr, "core: ICU cannot start: %s\n", status.errorName());
       std::abort();
     }
   }
@@ -98,8 +99,8 @@ SCOM_Module& core_module() {
 size_t release_caches(void*, size_t) { return trim_locale_cache(); }
 
 void register_message_data() {
-  UErrorCode status = U_ZERO_ERROR;
-  udata_setAppData("basalt", kBasaltData, &status);
+  detail::IcuStatus status;
+  udata_setAppData("basalt", kBasaltData, status);
 }
 
 }  // namespace

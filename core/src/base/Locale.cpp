@@ -13,14 +13,10 @@
 #include "base/locale_data.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace {
-
-String to_string(const icu::UnicodeString& text) {
-  return String(reinterpret_cast<const char16_t*>(text.getBuffer()),
-                static_cast<size_t>(text.length()));
-}
 
 // Locale names are ASCII; anything else cannot name a locale.
 bool to_ascii(const String& name, std::string& out) {
@@ -47,11 +43,11 @@ const std::unordered_set<std::string>& available_locales() {
 
 // False when ICU has no calendar for the locale.
 bool first_day_of_week(const icu::Locale& locale, WeekDay& out) {
-  UErrorCode status = U_ZERO_ERROR;
+  detail::IcuStatus status;
   std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(locale, status));
-  if (U_FAILURE(status)) return false;
+  if (status.isFailure()) return false;
   const UCalendarDaysOfWeek day = calendar->getFirstDayOfWeek(status);
-  if (U_FAILURE(status)) return false;
+  if (status.isFailure()) return false;
   // ICU counts from Sunday = 1; the library from Monday = 1.
   out = day == UCAL_SUNDAY ? WeekDay::Sunday : static_cast<WeekDay>(day - 1);
   return true;
@@ -59,18 +55,18 @@ bool first_day_of_week(const icu::Locale& locale, WeekDay& out) {
 
 // The data of `locale`, or null when ICU cannot give it.
 std::shared_ptr<const detail::LocaleData> make_data(const icu::Locale& locale) {
-  UErrorCode status = U_ZERO_ERROR;
+  detail::IcuStatus status;
   icu::DecimalFormatSymbols symbols(locale, status);
   WeekDay first_day = WeekDay::Monday;
-  if (U_FAILURE(status) || !first_day_of_week(locale, first_day)) return nullptr;
+  if (status.isFailure() || !first_day_of_week(locale, first_day)) return nullptr;
   return std::make_shared<const detail::LocaleData>(detail::LocaleData{
       locale,
       String::fromUtf8(locale.getName()),
       String::fromUtf8(locale.getLanguage()),
       String::fromUtf8(locale.getCountry()),
       first_day,
-      to_string(symbols.getConstSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol)),
-      to_string(symbols.getConstSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol)),
+      detail::from_icu(symbols.getConstSymbol(icu::DecimalFormatSymbols::kDecimalSeparatorSymbol)),
+      detail::from_icu(symbols.getConstSymbol(icu::DecimalFormatSymbols::kGroupingSeparatorSymbol)),
   });
 }
 

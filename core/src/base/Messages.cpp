@@ -9,6 +9,7 @@
 #include "base/resource_tracker.h"
 #include "core/resource_bundle.h"
 #include "core/scom.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace {
@@ -117,19 +118,17 @@ String format_message(std::u16string_view pattern, std::initializer_list<Message
 
 std::vector<std::string> core_message_identifiers() {
   std::vector<std::string> ids;
-  UErrorCode status = U_ZERO_ERROR;
-  UResourceBundle* root = ures_openDirect("basalt", "root", &status);
-  if (U_SUCCESS(status)) {
-    ids.reserve(static_cast<size_t>(ures_getSize(root)));
-    ures_resetIterator(root);
-    while (ures_hasNext(root)) {
-      UResourceBundle* item = ures_getNextResource(root, nullptr, &status);
-      if (U_FAILURE(status)) break;
-      ids.emplace_back(ures_getKey(item));
-      ures_close(item);
-    }
+  detail::IcuStatus status;
+  const icu::LocalUResourceBundlePointer root(ures_openDirect("basalt", "root", status));
+  if (status.isFailure()) return ids;
+  ids.reserve(static_cast<size_t>(ures_getSize(root.getAlias())));
+  ures_resetIterator(root.getAlias());
+  while (ures_hasNext(root.getAlias())) {
+    const icu::LocalUResourceBundlePointer item(
+        ures_getNextResource(root.getAlias(), nullptr, status));
+    if (status.isFailure()) break;
+    ids.emplace_back(ures_getKey(item.getAlias()));
   }
-  ures_close(root);
   return ids;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "core/nocase.h"
+#include "internal/icu.h"
 #include "internal/unit_hasher.h"
 
 namespace core {
@@ -24,9 +25,9 @@ struct FoldTable {
   FoldTable() noexcept {
     for (char16_t c = 0; c < kFastLimit; ++c) {
       char16_t folded[4];
-      UErrorCode status = U_ZERO_ERROR;
-      const int32_t length = u_strFoldCase(folded, 4, &c, 1, U_FOLD_CASE_DEFAULT, &status);
-      units[c] = U_SUCCESS(status) && length == 1 ? folded[0] : kNoFold;
+      detail::IcuStatus status;
+      const int32_t length = u_strFoldCase(folded, 4, &c, 1, U_FOLD_CASE_DEFAULT, status);
+      units[c] = status.isSuccess() && length == 1 ? folded[0] : kNoFold;
     }
   }
 };
@@ -47,11 +48,11 @@ class FoldedStream {
     if (rest_.empty()) return {};
     std::size_t take = std::min(rest_.size(), kChunk);
     if (take < rest_.size() && U16_IS_LEAD(rest_[take - 1])) --take;
-    UErrorCode status = U_ZERO_ERROR;
+    detail::IcuStatus status;
     const int32_t length = u_strFoldCase(folded_, kFoldedCapacity, rest_.data(),
-                                         static_cast<int32_t>(take), U_FOLD_CASE_DEFAULT, &status);
-    std::u16string_view chunk(folded_, U_SUCCESS(status) ? static_cast<std::size_t>(length) : 0);
-    if (U_FAILURE(status)) {
+                                         static_cast<int32_t>(take), U_FOLD_CASE_DEFAULT, status);
+    std::u16string_view chunk(folded_, status.isSuccess() ? static_cast<std::size_t>(length) : 0);
+    if (status.isFailure()) {
       // Unreachable with valid input: the buffer holds the longest folding
       // (3 units per unit). Keep the text as it is rather than lose it.
       chunk = rest_.substr(0, take);

@@ -9,6 +9,7 @@
 
 #include "base/locale_data.h"
 #include "base/resource_tracker.h"
+#include "internal/icu.h"
 #include "internal/thread_annotations.h"
 
 namespace core {
@@ -28,14 +29,15 @@ struct SCOM_ResourceBundle::Impl {
     }
     detail::WriterLock lock(mutex);
     if (UResourceBundle* found = find(key)) return found;
-    UResourceBundle* opened = open(locale.data().icu.getName());
-    entries.emplace_back(key, opened);
-    return opened;
+    icu::LocalUResourceBundlePointer opened = open(locale.data().icu.getName());
+    UResourceBundle* const bundle = opened.getAlias();
+    entries.emplace_back(key, std::move(opened));
+    return bundle;
   }
 
   UResourceBundle* find(const detail::LocaleData* key) const CORE_REQUIRES_SHARED(mutex) {
     for (const auto& [locale, bundle] : entries) {
-      if (locale == key) return bundle;
+      if (locale == key) return bundle.getAlias();
     }
     return nullptr;
   }
@@ -43,24 +45,19 @@ struct SCOM_ResourceBundle::Impl {
   // ICU answers a locale it has no data for with the bundle of the process's
   // default locale; the library wants the root texts then, not a language
   // that happens to be the default.
-  UResourceBundle* open(const char* locale_name) const {
-    UErrorCode status = U_ZERO_ERROR;
-    UResourceBundle* bundle = ures_open(name.c_str(), locale_name, &status);
-    if (status == U_USING_DEFAULT_WARNING) {
-      ures_close(bundle);
-      status = U_ZERO_ERROR;
-      bundle = ures_openDirect(name.c_str(), "root", &status);
+  icu::LocalUResourceBundlePointer open(const char* locale_name) const {
+    detail::IcuStatus status;
+    icu::LocalUResourceBundlePointer bundle(ures_open(name.c_str(), locale_name, status));
+    if (status.get() == U_USING_DEFAULT_WARNING) {
+      status.reset();
+      bundle.adoptInstead(ures_openDirect(name.c_str(), "root", status));
     }
-    if (U_FAILURE(status)) {
-      ures_close(bundle);
-      return nullptr;
-    }
+    if (status.isFailure()) bundle.adoptInstead(nullptr);
     return bundle;
   }
 
   void closeAll() CORE_EXCLUDES(mutex) {
     detail::WriterLock lock(mutex);
-    for (const auto& entry : entries) ures_close(entry.second);
     entries.clear();
   }
 
@@ -68,7 +65,7 @@ struct SCOM_ResourceBundle::Impl {
   detail::SharedMutex mutex;
   // A locale whose bundle could not be opened keeps a null entry, so that it
   // is not tried again on every lookup.
-  std::vector<std::pair<const detail::LocaleData*, UResourceBundle*>> entries
+  std::vector<std::pair<const detail::LocaleData*, icu::LocalUResourceBundlePointer>> entries
       CORE_GUARDED_BY(mutex);
 };
 
@@ -81,11 +78,11 @@ const char16_t* SCOM_ResourceBundle::getString(const char* key, const Locale& lo
   length = 0;
   UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
   if (bundle == nullptr) return nullptr;
-  UErrorCode status = U_ZERO_ERROR;
+  detail::IcuStatus status;
   int32_t units = 0;
-  const UChar* text = ures_getStringByKey(bundle, key, &units, &status);
-  if (U_FAILURE(status)) return nullptr;
-  if (status == U_USING_FALLBACK_WARNING || status == U_USING_DEFAULT_WARNING) {
+  const UChar* text = ures_getStringByKey(bundle, key, &units, status);
+  if (status.isFailure()) return nullptr;
+  if (status.get() == U_USING_FALLBACK_WARNING || status.get() == U_USING_DEFAULT_WARNING) {
     detail::report_missing_resource(impl_->name.c_str(), key);
   }
   length = static_cast<size_t>(units);
@@ -97,13 +94,13 @@ const uint8_t* SCOM_ResourceBundle::getBinary(const char* key, const Locale& loc
   length = 0;
   UResourceBundle* bundle = key == nullptr ? nullptr : impl_->bundleFor(locale);
   if (bundle == nullptr) return nullptr;
-  UErrorCode status = U_ZERO_ERROR;
-  UResourceBundle* item = ures_getByKey(bundle, key, nullptr, &status);
-  int32_t bytes = 0;
-  const uint8_t* data = U_SUCCESS(status) ? ures_getBinary(item, &bytes, &status) : nullptr;
+  detail::IcuStatus status;
   // The bytes belong to the bundle's data, not to the item: they outlive it.
-  ures_close(item);
-  if (U_FAILURE(status)) return nullptr;
+  const icu::LocalUResourceBundlePointer item(ures_getByKey(bundle, key, nullptr, status));
+  int32_t bytes = 0;
+  const uint8_t* data =
+      status.isSuccess() ? ures_getBinary(item.getAlias(), &bytes, status) : nullptr;
+  if (status.isFailure()) return nullptr;
   length = static_cast<size_t>(bytes);
   return data;
 }

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "internal/unit_hasher.h"
+#include "internal/utf8.h"
 #include "rivet/heap.h"
 
 namespace core {
@@ -53,65 +54,6 @@ void release_text(const char16_t* text) noexcept {
 void copy_units(char16_t* to, const char16_t* from, std::size_t count) noexcept {
   if (count != 0) std::memmove(to, from, count * sizeof(char16_t));
 }
-
-// Decodes UTF-8 into `sink`, replacing each maximal subpart of an ill-formed
-// sequence with U+FFFD. The ranges of the second byte exclude overlong forms,
-// surrogates and values above U+10FFFF.
-template <class Sink>
-void decode_utf8(std::string_view utf8, Sink& sink) {
-  const auto* p = reinterpret_cast<const unsigned char*>(utf8.data());
-  const auto* const end = p + utf8.size();
-  while (p != end) {
-    const unsigned lead = *p++;
-    if (lead < 0x80) {
-      sink(static_cast<char16_t>(lead));
-      continue;
-    }
-    unsigned trailing;
-    unsigned low = 0x80;
-    unsigned high = 0xBF;
-    char32_t cp;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-      trailing = 1;
-      cp = lead & 0x1F;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-      trailing = 2;
-      cp = lead & 0x0F;
-      if (lead == 0xE0) low = 0xA0;
-      if (lead == 0xED) high = 0x9F;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-      trailing = 3;
-      cp = lead & 0x07;
-      if (lead == 0xF0) low = 0x90;
-      if (lead == 0xF4) high = 0x8F;
-    } else {
-      sink(u'\uFFFD');
-      continue;
-    }
-    bool complete = true;
-    for (; trailing != 0; --trailing) {
-      if (p == end || *p < low || *p > high) {
-        complete = false;
-        break;
-      }
-      cp = (cp << 6) | (*p++ & 0x3F);
-      low = 0x80;
-      high = 0xBF;
-    }
-    if (!complete) {
-      // The offending byte is not consumed: it may start the next sequence.
-      sink(u'\uFFFD');
-    } else if (cp >= 0x10000) {
-      sink(static_cast<char16_t>(0xD7C0 + (cp >> 10)));
-      sink(static_cast<char16_t>(0xDC00 | (cp & 0x3FF)));
-    } else {
-      sink(static_cast<char16_t>(cp));
-    }
-  }
-}
-
-bool is_lead(char16_t unit) noexcept { return (unit & 0xFC00) == 0xD800; }
-bool is_trail(char16_t unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
 
 // Four units per step while they last, then one at a time.
 std::size_t hash_units(const char16_t* units, std::size_t left) noexcept {
@@ -265,60 +207,20 @@ std::size_t String::find(std::u16string_view text, std::size_t pos) const noexce
 String String::fromUtf8(std::string_view utf8) {
   std::size_t count = 0;
   auto counter = [&count](char16_t) { ++count; };
-  decode_utf8(utf8, counter);
+  detail::decode_utf8(utf8, counter);
   String result;
   if (count == 0) return result;
   char16_t* out = result.mutableText(count);
   auto writer = [&out](char16_t unit) { *out++ = unit; };
-  decode_utf8(utf8, writer);
+  detail::decode_utf8(utf8, writer);
   result.setSize(count);
   return result;
 }
 
 std::string String::toUtf8() const {
-  const char16_t* text = data();
-  const std::size_t count = size();
-  std::size_t bytes = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    const char16_t unit = text[i];
-    if (unit < 0x80) {
-      bytes += 1;
-    } else if (unit < 0x800) {
-      bytes += 2;
-    } else if (is_lead(unit) && i + 1 < count && is_trail(text[i + 1])) {
-      bytes += 4;
-      ++i;
-    } else {
-      bytes += 3;  // includes an unpaired surrogate, written as U+FFFD
-    }
-  }
-  std::string result(bytes, '\0');
-  char* out = result.data();
-  auto put = [&out](unsigned value) { *out++ = static_cast<char>(value); };
-  for (std::size_t i = 0; i < count; ++i) {
-    char32_t cp = text[i];
-    if (cp < 0x80) {
-      put(cp);
-      continue;
-    }
-    if (cp < 0x800) {
-      put(0xC0 | (cp >> 6));
-      put(0x80 | (cp & 0x3F));
-      continue;
-    }
-    if (is_lead(text[i]) && i + 1 < count && is_trail(text[i + 1])) {
-      cp = 0x10000 + ((cp - 0xD800) << 10) + (text[++i] - 0xDC00);
-      put(0xF0 | (cp >> 18));
-      put(0x80 | ((cp >> 12) & 0x3F));
-      put(0x80 | ((cp >> 6) & 0x3F));
-      put(0x80 | (cp & 0x3F));
-      continue;
-    }
-    if (cp >= 0xD800 && cp <= 0xDFFF) cp = 0xFFFD;
-    put(0xE0 | (cp >> 12));
-    put(0x80 | ((cp >> 6) & 0x3F));
-    put(0x80 | (cp & 0x3F));
-  }
+  const std::u16string_view text = *this;
+  std::string result(detail::utf8_length(text), '\0');
+  detail::encode_utf8(text, result.data());
   return result;
 }
 

@@ -1,13 +1,12 @@
 // Implements core/thread.h: the calling thread's settings and formats.
 #include "core/thread.h"
 
-#include <string>
-
 #include "base/lifecycle.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
 #include "core/formats.h"
 #include "core/scom.h"
+#include "internal/throw.h"
 
 namespace core {
 
@@ -30,7 +29,7 @@ Thread& Thread::current() {
 
 void Thread::setLanguage(Language language) {
   if (language != Language::English && language != Language::Russian) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(language))));
+    detail::throw_illegal_argument(static_cast<int>(language));
   }
   current().language_ = language;
 }
@@ -50,7 +49,7 @@ Locale Thread::locale() { return current().locale_; }
 
 void Thread::setRoundMode(NumericRoundMode mode) {
   if (mode != NumericRoundMode::HalfTowardZero && mode != NumericRoundMode::HalfAwayFromZero) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(mode))));
+    detail::throw_illegal_argument(static_cast<int>(mode));
   }
   current().round_mode_ = mode;
 }
@@ -59,7 +58,7 @@ NumericRoundMode Thread::roundMode() { return current().round_mode_; }
 
 void Thread::setFirstDayOfWeek(WeekDay day) {
   if (static_cast<int>(day) < 1 || static_cast<int>(day) > 7) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(day))));
+    detail::throw_illegal_argument(static_cast<int>(day));
   }
   current().first_day_of_week_ = day;
 }

@@ -1,6 +1,4 @@
 // Implements core/list_stream.h: the brace-list text and binary streams.
-#include <unicode/uchar.h>
-
 #include <array>
 #include <bit>
 #include <charconv>
@@ -11,11 +9,17 @@
 #include "core/exception.h"
 #include "core/exception_classes.h"
 #include "core/list_stream.h"
+#include "internal/chars.h"
+#include "internal/throw.h"
 
 namespace core {
-namespace {
 
-[[noreturn]] void fail() { throw ListStreamException(); }
+using detail::hex_digit_value;
+using detail::is_white_space;
+using detail::throw_list_stream_error;
+using detail::trim_white_space;
+
+namespace {
 
 constexpr char kBase64Alphabet[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -29,22 +33,6 @@ constexpr std::array<signed char, 128> kBase64Values = [] {
     values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
   return values;
 }();
-
-// White space as ICU's u_isspace has it, looked up in a table below 128.
-const std::array<bool, 128> kAsciiSpace = [] {
-  std::array<bool, 128> table{};
-  for (UChar32 c = 0; c < 128; ++c) table[c] = u_isspace(c) != 0;
-  return table;
-}();
-
-inline bool is_space(char16_t c) { return c < 128 ? kAsciiSpace[c] : u_isspace(c) != 0; }
-
-int hex_value(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  return -1;
-}
 
 // Appends the Base64 form of `data`, with "\r\n" between runs of 64
 // characters.
@@ -87,13 +75,13 @@ void decode_base64(std::u16string_view text, std::string& out) {
   int filled = 0;
   int padding = 0;
   for (const char16_t c : text) {
-    if (is_space(c)) continue;
+    if (is_white_space(c)) continue;
     if (c == u'=') {
-      if (filled < 2) fail();
+      if (filled < 2) throw_list_stream_error();
       ++padding;
       ++filled;
     } else {
-      if (padding != 0 || c >= 128 || kBase64Values[c] < 0) fail();
+      if (padding != 0 || c >= 128 || kBase64Values[c] < 0) throw_list_stream_error();
       group = (group << 6) | static_cast<std::uint32_t>(kBase64Values[c]);
       ++filled;
     }
@@ -109,22 +97,16 @@ void decode_base64(std::u16string_view text, std::string& out) {
         // The bits that padding leaves out must be zero, so that every byte
         // block has exactly one text.
         if ((padding == 1 && (group & 0xFF) != 0) || (padding == 2 && (group & 0xFFFF) != 0))
-          fail();
+          throw_list_stream_error();
       }
       group = 0;
       filled = 0;
     } else if (padding != 0 && filled == 0) {
-      fail();
+      throw_list_stream_error();
     }
   }
-  if (filled != 0) fail();
+  if (filled != 0) throw_list_stream_error();
   // After padding the group closes, and nothing may follow.
-}
-
-std::u16string_view trim(std::u16string_view word) {
-  while (!word.empty() && is_space(word.back())) word.remove_suffix(1);
-  while (!word.empty() && is_space(word.front())) word.remove_prefix(1);
-  return word;
 }
 
 // Reads "-"? digits into a sign and magnitude; false when the text is not
@@ -162,13 +144,13 @@ bool is_decimal(std::u16string_view text) {
 }
 
 Numeric parse_numeric(std::u16string_view text) {
-  if (!is_decimal(text)) fail();
+  if (!is_decimal(text)) throw_list_stream_error();
   std::string ascii(text.begin(), text.end());
   Numeric value;
   try {
     value.fromString(ascii.c_str());
   } catch (const NumericException&) {
-    fail();
+    throw_list_stream_error();
   }
   return value;
 }
@@ -241,7 +223,7 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
   }
   void putEndOfList() override {
     open();
-    if (depth_ == 0) fail();
+    if (depth_ == 0) throw_list_stream_error();
     --depth_;
     if (afterEnd_) buffer_.push_back(u'\n');
     buffer_.push_back(u'}');
@@ -348,7 +330,7 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
   static constexpr std::size_t kBufferSize = 8192;
 
   void open() const {
-    if (!writer_) fail();
+    if (!writer_) throw_list_stream_error();
   }
   void comma() {
     if (needComma_) {
@@ -400,7 +382,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   void getBeginOfList() override {
     takeComma();
     skipSpace();
-    if (peekChar() != u'{') fail();
+    if (peekChar() != u'{') throw_list_stream_error();
     advance();
     ++depth_;
     elementRead_ = false;
@@ -408,7 +390,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   void getEndOfList() override {
     skipSpace();
-    if (peekChar() != u'}' || depth_ == 0 || afterComma_) fail();
+    if (peekChar() != u'}' || depth_ == 0 || afterComma_) throw_list_stream_error();
     advance();
     --depth_;
     elementRead_ = true;
@@ -439,21 +421,23 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     }
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    if (readElement() || !parse_integer(trim(word_), negative, magnitude)) fail();
+    if (readElement() || !parse_integer(trim_white_space(word_), negative, magnitude))
+      throw_list_stream_error();
   }
   double getDouble() override {
     double value = 0;
-    if (readElement() || !parse_double(trim(word_), value)) fail();
+    if (readElement() || !parse_double(trim_white_space(word_), value)) throw_list_stream_error();
     return value;
   }
   float getFloat() override {
     const double value = getDouble();
-    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max()) fail();
+    if (std::isfinite(value) && std::fabs(value) > std::numeric_limits<float>::max())
+      throw_list_stream_error();
     return static_cast<float>(value);
   }
   GUID getGuid() override {
     GUID value{};
-    if (readElement() || !parse_guid(trim(word_), value)) fail();
+    if (readElement() || !parse_guid(trim_white_space(word_), value)) throw_list_stream_error();
     return value;
   }
   void getString(String& out) override {
@@ -461,17 +445,17 @@ class TextListIn final : public UnknownImpl<IListInStream> {
       out = String(std::u16string_view(word_));
       return;
     }
-    const std::u16string_view word = trim(word_);
-    if (word.empty()) fail();
+    const std::u16string_view word = trim_white_space(word_);
+    if (word.empty()) throw_list_stream_error();
     out = String(word);
   }
   void getBytes(std::string& out) override {
-    if (readElement()) fail();
+    if (readElement()) throw_list_stream_error();
     decode_base64(word_, out);
   }
   void getNumeric(Numeric& out) override {
-    if (readElement()) fail();
-    out = parse_numeric(trim(word_));
+    if (readElement()) throw_list_stream_error();
+    out = parse_numeric(trim_white_space(word_));
   }
   void skipListContent(String* saved) override {
     saved_ = saved;
@@ -507,7 +491,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   void skipSpace() {
     for (;;) {
       while (position_ < size_) {
-        if (!is_space(buffer_[position_])) return;
+        if (!is_white_space(buffer_[position_])) return;
         advance();
       }
       if (!refill()) return;
@@ -517,7 +501,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   void takeComma() {
     if (!elementRead_) return;
     skipSpace();
-    if (peekChar() != u',') fail();
+    if (peekChar() != u',') throw_list_stream_error();
     advance();
     elementRead_ = false;
   }
@@ -527,14 +511,14 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     skipSpace();
     word_.clear();
     int c = peekChar();
-    if (c == kEnd) fail();
+    if (c == kEnd) throw_list_stream_error();
     elementRead_ = true;
     afterComma_ = false;
     if (c == u'"') {
       advance();
       for (;;) {
         c = peekChar();
-        if (c == kEnd) fail();
+        if (c == kEnd) throw_list_stream_error();
         advance();
         if (c != u'"') {
           word_.push_back(static_cast<char16_t>(c));
@@ -549,9 +533,9 @@ class TextListIn final : public UnknownImpl<IListInStream> {
           int unit = 0;
           for (int i = 0; i < 4; ++i) {
             c = peekChar();
-            if (c == kEnd) fail();
-            const int digit = hex_value(static_cast<char16_t>(c));
-            if (digit < 0) fail();
+            if (c == kEnd) throw_list_stream_error();
+            const int digit = hex_digit_value(static_cast<char16_t>(c));
+            if (digit < 0) throw_list_stream_error();
             advance();
             unit = unit * 16 + digit;
           }
@@ -575,7 +559,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     advance();
     for (;;) {
       int c = peekChar();
-      if (c == kEnd) fail();
+      if (c == kEnd) throw_list_stream_error();
       advance();
       if (c != u'"') continue;
       c = peekChar();
@@ -585,7 +569,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
         advance();
         for (int i = 0; i < 4; ++i) {
           c = peekChar();
-          if (c == kEnd || hex_value(static_cast<char16_t>(c)) < 0) fail();
+          if (c == kEnd || hex_digit_value(static_cast<char16_t>(c)) < 0) throw_list_stream_error();
           advance();
         }
       } else {
@@ -600,7 +584,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     for (;;) {
       skipSpace();
       const int c = peekChar();
-      if (c == kEnd) fail();
+      if (c == kEnd) throw_list_stream_error();
       if (!expectElement) {
         if (c == u',') {
           advance();
@@ -608,14 +592,14 @@ class TextListIn final : public UnknownImpl<IListInStream> {
           comma = true;
           continue;
         }
-        if (c != u'}') fail();
+        if (c != u'}') throw_list_stream_error();
         if (nested == 0) break;
         advance();
         --nested;
         continue;
       }
       if (c == u'}') {
-        if (comma) fail();
+        if (comma) throw_list_stream_error();
         if (nested == 0) break;
         advance();
         --nested;
@@ -678,7 +662,7 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
   }
   void putEndOfList() override {
     open();
-    if (depth_ == 0) fail();
+    if (depth_ == 0) throw_list_stream_error();
     --depth_;
     if (pending_ != 0) emitPending();
     pending_ = kEndFlag;
@@ -811,7 +795,7 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
   static constexpr std::size_t kBufferSize = 16384;
 
   void open() const {
-    if (!file_) fail();
+    if (!file_) throw_list_stream_error();
   }
   void comma() {
     if (!needComma_) return;
@@ -860,14 +844,15 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
 
   void getBeginOfList() override {
     takeComma();
-    if ((token_ & kBeginFlag) == 0) fail();
+    if ((token_ & kBeginFlag) == 0) throw_list_stream_error();
     clear(kBeginFlag);
     ++depth_;
     elementRead_ = false;
     afterComma_ = false;
   }
   void getEndOfList() override {
-    if (!loadToken() || (token_ & kEndFlag) == 0 || depth_ == 0 || afterComma_) fail();
+    if (!loadToken() || (token_ & kEndFlag) == 0 || depth_ == 0 || afterComma_)
+      throw_list_stream_error();
     clear(kEndFlag);
     --depth_;
     elementRead_ = true;
@@ -891,7 +876,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (kind == kNumeric) return ListToken::Numeric;
     if (kind <= kString64) return ListToken::String;
     if (kind <= kBytes64) return ListToken::Bytes;
-    fail();
+    throw_list_stream_error();
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
     integer(takeKind(), negative, magnitude);
@@ -913,11 +898,11 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
   float getFloat() override {
     const std::uint8_t kind = takeKind();
-    if (kind != kFloat) fail();
+    if (kind != kFloat) throw_list_stream_error();
     return floatPayload();
   }
   GUID getGuid() override {
-    if (takeKind() != kGuid) fail();
+    if (takeKind() != kGuid) throw_list_stream_error();
     GUID value{};
     value.Data1 = static_cast<std::uint32_t>(little(4));
     value.Data2 = static_cast<std::uint16_t>(little(2));
@@ -935,9 +920,9 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     } else if (kind == kString64) {
       count = little(8);
     } else {
-      fail();
+      throw_list_stream_error();
     }
-    if (count > remaining() / 2) fail();
+    if (count > remaining() / 2) throw_list_stream_error();
     String text;
     char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
     bytes(units, static_cast<std::size_t>(count) * sizeof(char16_t));
@@ -957,9 +942,9 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     } else if (kind == kBytes64) {
       count = little(8);
     } else {
-      fail();
+      throw_list_stream_error();
     }
-    if (count > remaining()) fail();
+    if (count > remaining()) throw_list_stream_error();
     out.resize(static_cast<std::size_t>(count));
     bytes(out.data(), out.size());
   }
@@ -975,12 +960,12 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     }
     std::uint64_t length = 0;
     for (int shift = 0;; shift += 7) {
-      if (shift > 63) fail();
+      if (shift > 63) throw_list_stream_error();
       const std::uint64_t byte = little(1);
       length |= (byte & 0x7F) << shift;
       if ((byte & 0x80) == 0) break;
     }
-    if (length > remaining()) fail();
+    if (length > remaining()) throw_list_stream_error();
     std::string text(static_cast<std::size_t>(length), '\0');
     bytes(text.data(), text.size());
     const std::u16string wide(text.begin(), text.end());
@@ -996,7 +981,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     std::size_t nested = 0;
     for (;;) {
       const ListToken token = peek();
-      if (token == ListToken::End) fail();
+      if (token == ListToken::End) throw_list_stream_error();
       if (token == ListToken::Comma) {
         getComma();
       } else if (token == ListToken::EndOfList) {
@@ -1035,7 +1020,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   void bytes(void* out, std::size_t count) {
     auto* target = static_cast<unsigned char*>(out);
     while (count > 0) {
-      if (!fill()) fail();
+      if (!fill()) throw_list_stream_error();
       const std::size_t n = std::min(count, size_ - position_);
       std::memcpy(target, buffer_.data() + position_, n);
       position_ += n;
@@ -1066,23 +1051,23 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (token_ != 0) return true;
     if (!fill()) return false;
     token_ = buffer_[position_++];
-    if (token_ == 0) fail();
+    if (token_ == 0) throw_list_stream_error();
     return true;
   }
   void clear(std::uint8_t flag) { token_ &= static_cast<std::uint8_t>(~flag); }
   void takeComma() {
-    if (!loadToken() || (token_ & kEndFlag) != 0) fail();
+    if (!loadToken() || (token_ & kEndFlag) != 0) throw_list_stream_error();
     const bool comma = (token_ & kCommaFlag) != 0;
-    if (comma != elementRead_) fail();
+    if (comma != elementRead_) throw_list_stream_error();
     clear(kCommaFlag);
     elementRead_ = false;
-    if (token_ == 0 && !loadToken()) fail();
+    if (token_ == 0 && !loadToken()) throw_list_stream_error();
   }
   std::uint8_t takeKind() {
     takeComma();
-    if ((token_ & (kBeginFlag | kEndFlag | kCommaFlag)) != 0) fail();
+    if ((token_ & (kBeginFlag | kEndFlag | kCommaFlag)) != 0) throw_list_stream_error();
     const std::uint8_t kind = token_;
-    if (kind > kBytes64) fail();
+    if (kind > kBytes64) throw_list_stream_error();
     token_ = 0;
     elementRead_ = true;
     afterComma_ = false;
@@ -1094,7 +1079,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       magnitude = kind - kSmallFirst;
       return;
     }
-    if (kind < kU8 || kind > kN64) fail();
+    if (kind < kU8 || kind > kN64) throw_list_stream_error();
     static constexpr int kSizes[] = {1, 1, 2, 2, 4, 4, 8, 8};
     negative = ((kind - kU8) & 1) != 0;
     magnitude = little(kSizes[kind - kU8]);
@@ -1190,7 +1175,7 @@ void copy_value(IListInStream& in, ListToken token, IListOutStream* out) {
       return;
     }
     default:
-      fail();
+      throw_list_stream_error();
   }
 }
 
@@ -1218,7 +1203,7 @@ ListOutStream::ListOutStream(IListOutStream* stream) : impl_(stream) {}
 ListOutStream::~ListOutStream() = default;
 
 IListOutStream* ListOutStream::impl() const {
-  if (!impl_) fail();
+  if (!impl_) throw_list_stream_error();
   return impl_.get();
 }
 
@@ -1285,10 +1270,10 @@ void ListInStream::getSignedAs(T& value) {
   using Unsigned = std::make_unsigned_t<T>;
   constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   if (!negative) {
-    if (magnitude > kMax) fail();
+    if (magnitude > kMax) throw_list_stream_error();
     value = static_cast<T>(magnitude);
   } else {
-    if (magnitude > kMax + 1) fail();
+    if (magnitude > kMax + 1) throw_list_stream_error();
     value = static_cast<T>(static_cast<Unsigned>(0 - magnitude));
   }
 }
@@ -1298,14 +1283,15 @@ void ListInStream::getUnsignedAs(T& value) {
   bool negative = false;
   std::uint64_t magnitude = 0;
   impl_->getInteger(negative, magnitude);
-  if ((negative && magnitude != 0) || magnitude > std::numeric_limits<T>::max()) fail();
+  if ((negative && magnitude != 0) || magnitude > std::numeric_limits<T>::max())
+    throw_list_stream_error();
   value = static_cast<T>(magnitude);
 }
 
 void ListInStream::get(bool& value) {
   unsigned char bit = 0;
   getUnsignedAs(bit);
-  if (bit > 1) fail();
+  if (bit > 1) throw_list_stream_error();
   value = bit != 0;
 }
 void ListInStream::get(signed char& value) { getSignedAs(value); }
@@ -1327,7 +1313,7 @@ void ListInStream::get(String& value) { impl_->getString(value); }
 void ListInStream::get(char16_t* text, std::size_t size) {
   String value;
   impl_->getString(value);
-  if (value.size() >= size) fail();
+  if (value.size() >= size) throw_list_stream_error();
   std::memcpy(text, value.data(), value.size() * sizeof(char16_t));
   text[value.size()] = 0;
 }
@@ -1352,7 +1338,7 @@ void ListInStream::get(std::string& bytes) { impl_->getBytes(bytes); }
 void ListInStream::get(void* data, std::size_t count) {
   std::string bytes;
   impl_->getBytes(bytes);
-  if (bytes.size() != count) fail();
+  if (bytes.size() != count) throw_list_stream_error();
   if (count != 0) std::memcpy(data, bytes.data(), count);
 }
 
@@ -1383,13 +1369,13 @@ void ListInStream::skipAndSaveListContent(String& saved) { impl_->skipListConten
 void copy_list_stream(ListInStream& in, ListOutStream& out) {
   IListInStream* source = in.get();
   IListOutStream* target = out.get();
-  if (target == nullptr) fail();
+  if (target == nullptr) throw_list_stream_error();
   std::size_t depth = 0;
   for (;;) {
     const ListToken token = source->peek();
     switch (token) {
       case ListToken::End:
-        if (depth != 0) fail();
+        if (depth != 0) throw_list_stream_error();
         return;
       case ListToken::Comma:
         source->getComma();

@@ -10,11 +10,13 @@
 #include "core/list_stream.h"
 #include "core/persistence.h"
 #include "core/value.h"
+#include "internal/throw.h"
 
 namespace core {
-namespace {
 
-[[noreturn]] void fail() { throw ListStreamException(); }
+using detail::throw_list_stream_error;
+
+namespace {
 
 // Causes deeper than this are refused, so that hostile data cannot exhaust
 // the stack.
@@ -132,7 +134,7 @@ InterfacePtr<IValue> read_value(IInPersistenceStorage* storage) {
     case TypeCode::Date: {
       unsigned long long ticks = 0;
       in.get(ticks);
-      if (ticks > Date::kMaxTicks) fail();
+      if (ticks > Date::kMaxTicks) throw_list_stream_error();
       value = create_date_value(Date(ticks));
       break;
     }
@@ -145,14 +147,14 @@ InterfacePtr<IValue> read_value(IInPersistenceStorage* storage) {
     case TypeCode::Object: {
       GUID clsid{};
       in.get(clsid);
-      if (clsid != kBinaryDataTypeClsid) fail();
+      if (clsid != kBinaryDataTypeClsid) throw_list_stream_error();
       std::string bytes;
       in.get(bytes);
       value = create_binary_data_value(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
       break;
     }
     default:
-      fail();
+      throw_list_stream_error();
   }
   in.getEndOfList();
   return value;
@@ -178,7 +180,7 @@ void from_stream(ListInStream& in, Date& value) {
   in.getBeginOfList();
   unsigned long long ticks = 0;
   in.get(ticks);
-  if (ticks > Date::kMaxTicks) fail();
+  if (ticks > Date::kMaxTicks) throw_list_stream_error();
   in.getEndOfList();
   value = Date(ticks);
 }
@@ -247,7 +249,7 @@ void GenericValue::fromString(const String& text, GenericValue& value) {
   InterfacePtr<ListInPersistenceStorage> storage(
       new ListInPersistenceStorage(ListInStream(reader.get())));
   deserialize(storage.get(), value);
-  if (storage->reader().peek() != ListToken::End) fail();
+  if (storage->reader().peek() != ListToken::End) throw_list_stream_error();
 }
 
 // ---------------------------------------------------------------------------
@@ -299,7 +301,7 @@ void Exception::deserialize(IInPersistenceStorage* storage) {
       if (causeClsid == GUID{}) {
         in.getEndOfList();
       } else {
-        if (++depth > kMaxCauseDepth) fail();
+        if (++depth > kMaxCauseDepth) throw_list_stream_error();
         cause = rest(causeClsid).object();
         --depth;
       }
@@ -307,11 +309,11 @@ void Exception::deserialize(IInPersistenceStorage* storage) {
       in.get(stack);
       String bits;
       in.get(bits);
-      if (bits.size() != kCategoryCount) fail();
+      if (bits.size() != kCategoryCount) throw_list_stream_error();
       Categories categories;
       for (std::size_t i = 0; i < kCategoryCount; ++i) {
         const char16_t c = bits[kCategoryCount - 1 - i];
-        if (c != u'0' && c != u'1') fail();
+        if (c != u'0' && c != u'1') throw_list_stream_error();
         categories.set(i, c == u'1');
       }
       GUID uiHelper{};

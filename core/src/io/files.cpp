@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "core/io.h"
+#include "internal/utf8.h"
 
 namespace core {
 
@@ -44,7 +45,6 @@ std::size_t StringReader::read(char16_t* buffer, std::size_t count) {
 
 namespace {
 constexpr std::size_t kUtf8BufferSize = 16384;
-constexpr char32_t kReplacement = 0xFFFD;
 }  // namespace
 
 Utf8FileWriter::Utf8FileWriter(IFile* file) : file_(file) {
@@ -61,42 +61,30 @@ Utf8FileWriter::~Utf8FileWriter() {
 }
 
 void Utf8FileWriter::put(char32_t code) {
-  if (code < 0x80) {
-    buffer_.push_back(static_cast<char>(code));
-  } else if (code < 0x800) {
-    buffer_.push_back(static_cast<char>(0xC0 | (code >> 6)));
-    buffer_.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-  } else if (code < 0x10000) {
-    buffer_.push_back(static_cast<char>(0xE0 | (code >> 12)));
-    buffer_.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-    buffer_.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-  } else {
-    buffer_.push_back(static_cast<char>(0xF0 | (code >> 18)));
-    buffer_.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
-    buffer_.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
-    buffer_.push_back(static_cast<char>(0x80 | (code & 0x3F)));
-  }
+  char bytes[4];
+  buffer_.append(bytes, detail::encode_utf8(code, bytes));
 }
 
 void Utf8FileWriter::write(const char16_t* text, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) {
-    const char16_t unit = text[i];
-    if (high_ != 0) {
-      if (unit >= 0xDC00 && unit <= 0xDFFF) {
-        put(0x10000 + ((static_cast<char32_t>(high_) - 0xD800) << 10) + (unit - 0xDC00));
-        high_ = 0;
-        continue;
-      }
-      put(kReplacement);
-      high_ = 0;
-    }
-    if (unit >= 0xD800 && unit <= 0xDBFF) {
-      high_ = unit;
-    } else if (unit >= 0xDC00 && unit <= 0xDFFF) {
-      put(kReplacement);
+  std::size_t i = 0;
+  if (high_ != 0 && count != 0) {
+    if (detail::is_trail_surrogate(text[0])) {
+      put(detail::combine_surrogates(high_, text[0]));
+      i = 1;
     } else {
-      put(unit);
+      put(detail::kReplacementCharacter);
     }
+    high_ = 0;
+  }
+  while (i < count) {
+    // A high surrogate that ends the call may pair with the next call's text.
+    if (i + 1 == count && detail::is_lead_surrogate(text[i])) {
+      high_ = text[i];
+      break;
+    }
+    const detail::CodePointStep step = detail::decode_utf16_step(text + i, count - i);
+    put(step.code);
+    i += step.used;
     if (buffer_.size() >= kUtf8BufferSize) {
       file_->write(buffer_.data(), buffer_.size());
       buffer_.clear();
@@ -106,7 +94,7 @@ void Utf8FileWriter::write(const char16_t* text, std::size_t count) {
 
 void Utf8FileWriter::flush() {
   if (high_ != 0) {
-    put(kReplacement);
+    put(detail::kReplacementCharacter);
     high_ = 0;
   }
   if (!buffer_.empty()) {
@@ -149,63 +137,19 @@ std::size_t Utf8FileReader::read(char16_t* buffer, std::size_t count) {
   }
   while (n < count) {
     if (end_ - begin_ < 4 && !fill()) break;
-    const unsigned char* p = bytes_.data() + begin_;
-    const std::size_t available = end_ - begin_;
-    const unsigned char lead = p[0];
-    if (lead < 0x80) {
-      buffer[n++] = lead;
-      ++begin_;
+    const detail::CodePointStep step =
+        detail::decode_utf8_step(bytes_.data() + begin_, end_ - begin_);
+    begin_ += step.used;
+    if (step.code < 0x10000) {
+      buffer[n++] = static_cast<char16_t>(step.code);
       continue;
     }
-    std::size_t length = 0;
-    char32_t code = 0;
-    char32_t minimum = 0;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-      length = 2, code = lead & 0x1F, minimum = 0x80;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-      length = 3, code = lead & 0x0F, minimum = 0x800;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-      length = 4, code = lead & 0x07, minimum = 0x10000;
-    }
-    std::size_t used = 1;
-    bool good = length != 0;
-    // The second byte's range depends on the lead, so that overlong forms,
-    // surrogates and values above U+10FFFF fail at their first impossible
-    // byte and each byte of them reads as one U+FFFD.
-    unsigned char secondLow = 0x80;
-    unsigned char secondHigh = 0xBF;
-    if (lead == 0xE0) secondLow = 0xA0;
-    if (lead == 0xED) secondHigh = 0x9F;
-    if (lead == 0xF0) secondLow = 0x90;
-    if (lead == 0xF4) secondHigh = 0x8F;
-    while (good && used < length) {
-      const bool inRange = used >= available ? false
-                           : used == 1       ? p[1] >= secondLow && p[1] <= secondHigh
-                                             : (p[used] & 0xC0) == 0x80;
-      if (!inRange) {
-        good = false;
-        break;
-      }
-      code = (code << 6) | (p[used] & 0x3F);
-      ++used;
-    }
-    if (good && (code < minimum || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF))) {
-      good = false;
-    }
-    begin_ += used;
-    if (!good) {
-      buffer[n++] = static_cast<char16_t>(kReplacement);
-    } else if (code < 0x10000) {
-      buffer[n++] = static_cast<char16_t>(code);
+    buffer[n++] = static_cast<char16_t>(0xD7C0 + (step.code >> 10));
+    const auto low = static_cast<char16_t>(0xDC00 | (step.code & 0x3FF));
+    if (n < count) {
+      buffer[n++] = low;
     } else {
-      code -= 0x10000;
-      buffer[n++] = static_cast<char16_t>(0xD800 + (code >> 10));
-      const auto low = static_cast<char16_t>(0xDC00 + (code & 0x3FF));
-      if (n < count) {
-        buffer[n++] = low;
-      } else {
-        low_ = low;
-      }
+      low_ = low;
     }
   }
   return n;

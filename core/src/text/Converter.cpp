@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "core/exception_classes.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace detail {
@@ -35,16 +36,21 @@ class ConverterHandle : public Refcountable<ConverterHandle> {
 namespace {
 
 using detail::ConverterHandle;
+using detail::IcuStatus;
 
 [[noreturn]] void throw_bad_name(const String& name) {
   throw ConverterException(ConverterException::Code::BadName, name);
 }
 
+// The name ICU gives the converter; empty if it cannot.
+String converter_name(UConverter* converter) {
+  IcuStatus status;
+  const char* name = ucnv_getName(converter, status);
+  return String::fromUtf8(status.isSuccess() ? name : "");
+}
+
 [[noreturn]] void throw_bad_data(UConverter* converter) {
-  UErrorCode status = U_ZERO_ERROR;
-  const char* name = ucnv_getName(converter, &status);
-  throw ConverterException(ConverterException::Code::BadData,
-                           String::fromUtf8(U_SUCCESS(status) ? name : ""));
+  throw ConverterException(ConverterException::Code::BadData, converter_name(converter));
 }
 
 // Encoding names are ASCII; a name with anything else names no encoding.
@@ -60,31 +66,24 @@ std::string ascii_name(const String& name) {
 
 // Opens the converter of `name`, the default encoding's for an empty name.
 UConverter* open_converter(const String& name) {
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   UConverter* converter =
-      name.empty() ? ucnv_open(nullptr, &status) : ucnv_open(ascii_name(name).c_str(), &status);
-  if (U_FAILURE(status)) throw_bad_name(name);
+      name.empty() ? ucnv_open(nullptr, status) : ucnv_open(ascii_name(name).c_str(), status);
+  if (status.isFailure()) throw_bad_name(name);
   return converter;
-}
-
-String converter_name(UConverter* converter) {
-  UErrorCode status = U_ZERO_ERROR;
-  const char* name = ucnv_getName(converter, &status);
-  return String::fromUtf8(U_SUCCESS(status) ? name : "");
 }
 
 // Reading refuses what it cannot convert rather than guessing; writing puts
 // "?" in place of what the encoding cannot represent. Encodings whose units
 // are wider than a byte keep ICU's own substitute, which fits them.
 void set_behaviour(UConverter* converter) {
-  UErrorCode status = U_ZERO_ERROR;
-  ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, &status);
-  status = U_ZERO_ERROR;
-  ucnv_setSubstChars(converter, "?", 1, &status);
+  IcuStatus status;
+  ucnv_setToUCallBack(converter, UCNV_TO_U_CALLBACK_STOP, nullptr, nullptr, nullptr, status);
+  status.reset();
+  ucnv_setSubstChars(converter, "?", 1, status);
 }
 
 const char16_t* signature_of(UConverter* converter) {
-  UErrorCode status = U_ZERO_ERROR;
   switch (ucnv_getType(converter)) {
     case UCNV_UTF8:
     case UCNV_UTF16_BigEndian:
@@ -95,7 +94,6 @@ const char16_t* signature_of(UConverter* converter) {
     case UCNV_BOCU1:
       return u"\uFEFF";
     default:
-      (void)status;
       return nullptr;
   }
 }
@@ -107,9 +105,9 @@ class ConverterLease {
   explicit ConverterLease(ConverterHandle& handle)
       : lock_(handle.mutex(), std::try_to_lock), converter_(handle.get()) {
     if (!lock_.owns_lock()) {
-      UErrorCode status = U_ZERO_ERROR;
-      clone_ = ucnv_clone(handle.get(), &status);
-      if (U_FAILURE(status)) throw std::bad_alloc();
+      IcuStatus status;
+      clone_ = ucnv_clone(handle.get(), status);
+      status.assertSuccess();
       converter_ = clone_;
     }
   }
@@ -150,12 +148,12 @@ std::string Converter::narrow(std::u16string_view text) const {
   const UChar* const source_end = source + text.size();
   for (;;) {
     char* target = buffer;
-    UErrorCode status = U_ZERO_ERROR;
+    IcuStatus status;
     ucnv_fromUnicode(converter, &target, buffer + sizeof buffer, &source, source_end, nullptr, true,
-                     &status);
+                     status);
     bytes.append(buffer, static_cast<size_t>(target - buffer));
-    if (status == U_BUFFER_OVERFLOW_ERROR) continue;
-    if (U_FAILURE(status)) throw_bad_data(converter);
+    if (status.get() == U_BUFFER_OVERFLOW_ERROR) continue;
+    if (status.isFailure()) throw_bad_data(converter);
     return bytes;
   }
 }
@@ -173,17 +171,17 @@ String Converter::widen(std::string_view bytes) const {
   const char* source = bytes.data();
   const char* const source_end = source + bytes.size();
   for (;;) {
-    UErrorCode status = U_ZERO_ERROR;
+    IcuStatus status;
     ucnv_toUnicode(converter, &target, begin + capacity, &source, source_end, nullptr, true,
-                   &status);
-    if (status == U_BUFFER_OVERFLOW_ERROR) {
+                   status);
+    if (status.get() == U_BUFFER_OVERFLOW_ERROR) {
       const size_t written = static_cast<size_t>(target - begin);
       capacity += capacity / 2;
       begin = text.resizeForOverwrite(capacity);
       target = begin + written;
       continue;
     }
-    if (U_FAILURE(status)) throw_bad_data(converter);
+    if (status.isFailure()) throw_bad_data(converter);
     text.resizeForOverwrite(static_cast<size_t>(target - begin));
     return text;
   }
@@ -192,11 +190,11 @@ String Converter::widen(std::string_view bytes) const {
 size_t Converter::detectUnicodeSignature(const char* bytes, size_t length, String& name) {
   name = String();
   if (bytes == nullptr || length == 0) return 0;
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   int32_t signature_length = 0;
   const char* detected = ucnv_detectUnicodeSignature(
-      bytes, static_cast<int32_t>(std::min<size_t>(length, 4)), &signature_length, &status);
-  if (U_FAILURE(status) || detected == nullptr) return 0;
+      bytes, static_cast<int32_t>(std::min<size_t>(length, 4)), &signature_length, status);
+  if (status.isFailure() || detected == nullptr) return 0;
   name = String::fromUtf8(detected);
   return static_cast<size_t>(signature_length);
 }
@@ -204,14 +202,14 @@ size_t Converter::detectUnicodeSignature(const char* bytes, size_t length, Strin
 String Converter::standardName(const String& name, EncodingStandard standard) {
   static constexpr const char* kStandards[] = {"IANA", "MIME", "JAVA", "WINDOWS", "UTR22"};
   const std::string ascii = ascii_name(name);
-  UErrorCode status = U_ZERO_ERROR;
-  if (ascii.empty() || ucnv_countAliases(ascii.c_str(), &status) == 0 || U_FAILURE(status)) {
+  IcuStatus status;
+  if (ascii.empty() || ucnv_countAliases(ascii.c_str(), status) == 0 || status.isFailure()) {
     throw_bad_name(name);
   }
-  status = U_ZERO_ERROR;
+  status.reset();
   const char* standard_name =
-      ucnv_getStandardName(ascii.c_str(), kStandards[static_cast<int>(standard)], &status);
-  if (U_FAILURE(status) || standard_name == nullptr) return String();
+      ucnv_getStandardName(ascii.c_str(), kStandards[static_cast<int>(standard)], status);
+  if (status.isFailure() || standard_name == nullptr) return String();
   return String::fromUtf8(standard_name);
 }
 
@@ -254,14 +252,14 @@ StreamConverterToUnicode& StreamConverterToUnicode::operator=(const StreamConver
 void StreamConverterToUnicode::widen(const char*& source, size_t sourceLength, char16_t*& target,
                                      size_t targetCapacity) {
   UConverter* converter = handle_->get();
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   const bool flush = source == nullptr;
   const char* empty = "";
   const char*& from = flush ? empty : source;
   ucnv_toUnicode(converter, &target, target + targetCapacity, &from,
-                 flush ? empty : source + sourceLength, nullptr, flush, &status);
-  if (status == U_BUFFER_OVERFLOW_ERROR) return;
-  if (U_FAILURE(status)) {
+                 flush ? empty : source + sourceLength, nullptr, flush, status);
+  if (status.get() == U_BUFFER_OVERFLOW_ERROR) return;
+  if (status.isFailure()) {
     // The converter holds the broken sequence; a caller that goes on after
     // the exception starts clean.
     ucnv_resetToUnicode(converter);
@@ -270,9 +268,9 @@ void StreamConverterToUnicode::widen(const char*& source, size_t sourceLength, c
 }
 
 size_t StreamConverterToUnicode::pending() const {
-  UErrorCode status = U_ZERO_ERROR;
-  const int32_t count = ucnv_toUCountPending(handle_->get(), &status);
-  return U_SUCCESS(status) && count > 0 ? static_cast<size_t>(count) : 0;
+  IcuStatus status;
+  const int32_t count = ucnv_toUCountPending(handle_->get(), status);
+  return status.isSuccess() && count > 0 ? static_cast<size_t>(count) : 0;
 }
 
 const char16_t* StreamConverterToUnicode::signature() const { return signature_of(handle_->get()); }
@@ -285,11 +283,11 @@ namespace {
 // bytes do not depend on the platform and carry no signature unasked.
 UConverter* open_writer(const String& name) {
   UConverter* converter = open_converter(name);
-  UErrorCode status = U_ZERO_ERROR;
-  const char* opened = ucnv_getName(converter, &status);
+  IcuStatus status;
+  const char* opened = ucnv_getName(converter, status);
   const char* little_endian = nullptr;
-  if (U_SUCCESS(status) && ucnv_compareNames(opened, "UTF-16") == 0) little_endian = "UTF-16LE";
-  if (U_SUCCESS(status) && ucnv_compareNames(opened, "UTF-32") == 0) little_endian = "UTF-32LE";
+  if (status.isSuccess() && ucnv_compareNames(opened, "UTF-16") == 0) little_endian = "UTF-16LE";
+  if (status.isSuccess() && ucnv_compareNames(opened, "UTF-32") == 0) little_endian = "UTF-32LE";
   if (little_endian == nullptr) return converter;
   ucnv_close(converter);
   return open_converter(String::fromUtf8(little_endian));
@@ -316,14 +314,14 @@ StreamConverterFromUnicode& StreamConverterFromUnicode::operator=(
 void StreamConverterFromUnicode::narrow(const char16_t*& source, size_t sourceLength, char*& target,
                                         size_t targetCapacity) {
   UConverter* converter = handle_->get();
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   const bool flush = source == nullptr;
   const char16_t* empty = u"";
   const char16_t*& from = flush ? empty : source;
   ucnv_fromUnicode(converter, &target, target + targetCapacity, &from,
-                   flush ? empty : source + sourceLength, nullptr, flush, &status);
-  if (status == U_BUFFER_OVERFLOW_ERROR) return;
-  if (U_FAILURE(status)) {
+                   flush ? empty : source + sourceLength, nullptr, flush, status);
+  if (status.get() == U_BUFFER_OVERFLOW_ERROR) return;
+  if (status.isFailure()) {
     ucnv_resetFromUnicode(converter);
     throw_bad_data(converter);
   }
@@ -334,9 +332,9 @@ size_t StreamConverterFromUnicode::maxCharSize() const {
 }
 
 size_t StreamConverterFromUnicode::pending() const {
-  UErrorCode status = U_ZERO_ERROR;
-  const int32_t count = ucnv_fromUCountPending(handle_->get(), &status);
-  return U_SUCCESS(status) && count > 0 ? static_cast<size_t>(count) : 0;
+  IcuStatus status;
+  const int32_t count = ucnv_fromUCountPending(handle_->get(), status);
+  return status.isSuccess() && count > 0 ? static_cast<size_t>(count) : 0;
 }
 
 const char16_t* StreamConverterFromUnicode::signature() const {
@@ -348,9 +346,9 @@ void StreamConverterFromUnicode::reset() { ucnv_resetFromUnicode(handle_->get())
 EncodingTester::EncodingTester(const String& name) {
   if (name.empty()) throw ConverterException(ConverterException::Code::BadName);
   handle_ = std::make_unique<ConverterHandle>(open_converter(name));
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   ucnv_setFromUCallBack(handle_->get(), UCNV_FROM_U_CALLBACK_STOP, nullptr, nullptr, nullptr,
-                        &status);
+                        status);
 }
 
 EncodingTester::~EncodingTester() = default;
@@ -361,23 +359,23 @@ bool EncodingTester::performTest(std::u16string_view text) {
   char window[kWindowBytes];
   char* target = window;
   const UChar* source = text.data();
-  UErrorCode status = U_ZERO_ERROR;
+  IcuStatus status;
   // The streaming call stops when the window is full, so text beyond it is
   // never looked at.
   ucnv_fromUnicode(converter, &target, window + kWindowBytes, &source, source + text.size(),
-                   nullptr, true, &status);
-  return U_SUCCESS(status) || status == U_BUFFER_OVERFLOW_ERROR;
+                   nullptr, true, status);
+  return status.isSuccess() || status.get() == U_BUFFER_OVERFLOW_ERROR;
 }
 
 String guess_encoding(std::string_view bytes) {
-  UErrorCode status = U_ZERO_ERROR;
-  icu::LocalUCharsetDetectorPointer detector(ucsdet_open(&status));
-  if (U_FAILURE(status)) return String();
-  ucsdet_setText(detector.getAlias(), bytes.data(), static_cast<int32_t>(bytes.size()), &status);
-  const UCharsetMatch* match = ucsdet_detect(detector.getAlias(), &status);
-  if (U_FAILURE(status) || match == nullptr) return String();
-  const char* name = ucsdet_getName(match, &status);
-  return U_SUCCESS(status) && name != nullptr ? String::fromUtf8(name) : String();
+  IcuStatus status;
+  icu::LocalUCharsetDetectorPointer detector(ucsdet_open(status));
+  if (status.isFailure()) return String();
+  ucsdet_setText(detector.getAlias(), bytes.data(), static_cast<int32_t>(bytes.size()), status);
+  const UCharsetMatch* match = ucsdet_detect(detector.getAlias(), status);
+  if (status.isFailure() || match == nullptr) return String();
+  const char* name = ucsdet_getName(match, status);
+  return status.isSuccess() && name != nullptr ? String::fromUtf8(name) : String();
 }
 
 }  // namespace core

@@ -5,7 +5,6 @@
 #include <unicode/numfmt.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
-#include <unicode/uchar.h>
 
 #include <algorithm>
 #include <climits>
@@ -22,6 +21,8 @@
 #include "core/nocase.h"
 #include "core/params.h"
 #include "core/thread.h"
+#include "internal/chars.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace {
@@ -52,14 +53,6 @@ class LruCache {
   std::vector<std::pair<String, std::unique_ptr<Value>>> entries_;
 };
 
-String from_icu(const icu::UnicodeString& text) {
-  return String(text.getBuffer(), static_cast<std::size_t>(text.length()));
-}
-
-icu::UnicodeString alias_icu(const String& text) {
-  return icu::UnicodeString(false, text.data(), static_cast<int32_t>(text.size()));
-}
-
 // The Locale of `name`, kept per thread. Throws LocaleException for a bad
 // name (bad names are not kept).
 const Locale& cached_locale(const String& name) {
@@ -78,10 +71,10 @@ const Grouping& locale_grouping(const Locale& locale) {
   if (Grouping* grouping = cache.find(locale.name())) return *grouping;
   auto grouping = std::make_unique<Grouping>();
   grouping->sizes = {3};
-  UErrorCode status = U_ZERO_ERROR;
+  detail::IcuStatus status;
   std::unique_ptr<icu::NumberFormat> format(
       icu::NumberFormat::createInstance(locale.data().icu, status));
-  if (U_SUCCESS(status)) {
+  if (status.isSuccess()) {
     if (const auto* decimal = dynamic_cast<const icu::DecimalFormat*>(format.get())) {
       const int32_t primary = decimal->getGroupingSize();
       const int32_t secondary = decimal->getSecondaryGroupingSize();
@@ -122,7 +115,7 @@ const Patterns& locale_patterns(const Locale& locale) {
     }
     icu::UnicodeString pattern;
     simple->toPattern(pattern);
-    (*patterns)[i] = from_icu(pattern);
+    (*patterns)[i] = detail::from_icu(pattern);
   }
   return cache.insert(locale.name(), std::move(patterns));
 }
@@ -139,13 +132,13 @@ icu::SimpleDateFormat* cached_date_formatter(const Locale& locale, const String&
   key.append(pattern);
   if (Entry* entry = cache.find(key)) return entry->format.get();
   auto entry = std::make_unique<Entry>();
-  UErrorCode status = U_ZERO_ERROR;
-  auto format =
-      std::make_unique<icu::SimpleDateFormat>(alias_icu(pattern), locale.data().icu, status);
-  if (U_SUCCESS(status)) {
+  detail::IcuStatus status;
+  auto format = std::make_unique<icu::SimpleDateFormat>(detail::alias_icu(pattern),
+                                                        locale.data().icu, status);
+  if (status.isSuccess()) {
     auto calendar = std::make_unique<icu::GregorianCalendar>(icu::TimeZone::getGMT()->clone(),
                                                              locale.data().icu, status);
-    if (U_SUCCESS(status)) {
+    if (status.isSuccess()) {
       calendar->setGregorianChange(-8.64e15, status);
       format->adoptCalendar(calendar.release());
       entry->format = std::move(format);
@@ -168,7 +161,7 @@ bool same_key(std::u16string_view name, std::u16string_view english,
 long long read_integer(const String& text) noexcept {
   const char16_t* p = text.c_str();
   const char16_t* end = p + text.size();
-  while (p != end && u_isspace(*p)) ++p;
+  while (p != end && detail::is_white_space(*p)) ++p;
   bool negative = false;
   if (p != end && (*p == u'+' || *p == u'-')) negative = *p++ == u'-';
   long long value = 0;
@@ -208,6 +201,56 @@ const String* lookup(const Pairs& pairs, std::u16string_view english, std::u16st
 // Moves the decimal point of `number` `shift` places to the left (to the
 // right when negative), exactly.
 constexpr long long kMaxShift = 10000;
+
+// The number keys of a format string as the number branch reads them: each
+// pair in order is matched against both spellings of every key; a later pair
+// of a key replaces an earlier one, except that shifts add up. Views point
+// into the pairs read.
+struct NumberKeys {
+  long long shift = 0;                      // NS, clamped to +-kMaxShift
+  std::vector<const String*> locales;       // L, every one in order
+  String decimal;                           // NDS: the first unit of a non-empty value
+  String group;                             // NGS: likewise
+  const String* grouping = nullptr;         // NG
+  int negative_order = -1;                  // NN: 0 to 4; -1 when not set
+  std::optional<unsigned> digits;           // ND, not yet limited to kMaxDigits
+  std::optional<unsigned> fraction_digits;  // NFD, likewise
+  bool leading_zeros = false;               // NLZ
+  const String* zero_text = nullptr;        // NZ
+  const String* template_text = nullptr;    // NF
+};
+
+NumberKeys read_number_keys(const Pairs& pairs) {
+  NumberKeys keys;
+  for (const auto& [name, text] : pairs) {
+    if (same_key(name, u"NS", u"ЧС")) {
+      keys.shift = std::clamp(keys.shift + read_integer(text), -kMaxShift, kMaxShift);
+    } else if (same_key(name, u"L", u"Л")) {
+      keys.locales.push_back(&text);
+    } else if (same_key(name, u"NDS", u"ЧРД")) {
+      if (!text.empty()) keys.decimal = text.substr(0, 1);
+    } else if (same_key(name, u"NGS", u"ЧРГ")) {
+      if (!text.empty()) keys.group = text.substr(0, 1);
+    } else if (same_key(name, u"NG", u"ЧГ")) {
+      keys.grouping = &text;
+    } else if (same_key(name, u"NN", u"ЧО")) {
+      if (!text.empty() && text[0] >= u'0' && text[0] <= u'4') keys.negative_order = text[0] - u'0';
+    } else if (same_key(name, u"ND", u"ЧЦ")) {
+      keys.digits = read_count(text);
+    } else if (same_key(name, u"NFD", u"ЧДЦ")) {
+      keys.fraction_digits = read_count(text);
+    } else if (same_key(name, u"NLZ", u"ЧВН")) {
+      keys.leading_zeros = true;
+    } else if (same_key(name, u"NZ", u"ЧН")) {
+      keys.zero_text = &text;
+    } else if (same_key(name, u"NF", u"ЧФ")) {
+      keys.template_text = &text;
+    }
+  }
+  return keys;
+}
+
+String decimal_text(long long value) { return String::fromUtf8(std::to_string(value)); }
 
 void shift_decimal(Numeric& number, long long shift) {
   if (shift == 0 || number.zero()) return;
@@ -261,12 +304,6 @@ int bool_pair() {
   return context && context->compatibilityLevel() < kCompatibilityCurrentBoolTexts ? 1 : 0;
 }
 
-std::u16string_view trim(std::u16string_view text) noexcept {
-  while (!text.empty() && u_isspace(text.front())) text.remove_prefix(1);
-  while (!text.empty() && u_isspace(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 }  // namespace
 
 // NumericFormat ------------------------------------------------------------
@@ -286,7 +323,7 @@ bool NumericFormat::setWin32Grouping(const String& grouping) {
   std::size_t start = 0;
   while (true) {
     const std::size_t stop = std::min(text.find(u';', start), text.size());
-    const std::u16string_view item = trim(text.substr(start, stop - start));
+    const std::u16string_view item = detail::trim_white_space(text.substr(start, stop - start));
     if (item.size() != 1 || item[0] < u'0' || item[0] > u'9') {
       if (!(item.empty() && text.find_first_not_of(u" \t") == std::u16string_view::npos)) {
         return false;
@@ -425,7 +462,7 @@ String DateFormat::format(const Date& date, const String& pattern) const {
   const auto millis = static_cast<std::int64_t>(date.ticks() / 10) - kUnixEpochMillis;
   icu::UnicodeString text;
   formatter->format(static_cast<UDate>(millis), text);
-  return from_icu(text);
+  return detail::from_icu(text);
 }
 
 String DateFormat::format(const Date& date) const { return format(date, patterns_[3]); }
@@ -525,7 +562,7 @@ const String& BoolFormat::falseText() const { return kFalseTexts[russian_][bool_
 String BoolFormat::format(bool value) const { return value ? trueText() : falseText(); }
 
 bool BoolFormat::parse(const String& text, bool& out) const {
-  const std::u16string_view word = trim(text);
+  const std::u16string_view word = detail::trim_white_space(text);
   for (int pair = 0; pair < 2; ++pair) {
     if (compare_nocase(word, kTrueTexts[russian_][pair]) == 0) {
       out = true;
@@ -542,46 +579,14 @@ bool BoolFormat::parse(const String& text, bool& out) const {
 // format -------------------------------------------------------------------
 
 String format(const Numeric& value, const String& format_string) {
-  Numeric number = value;
-  long long shift = 0;
-  const Locale* locale = nullptr;
-  String decimal;
-  String group;
-  const String* grouping = nullptr;
-  int negative_order = -1;
-  std::optional<unsigned> digits;
-  std::optional<unsigned> fraction_digits;
-  bool leading_zeros = false;
-  const String* zero_text = nullptr;
-  const String* template_text = nullptr;
-
   const Pairs pairs = read_pairs(format_string);
-  for (const auto& [name, text] : pairs) {
-    if (same_key(name, u"NS", u"ЧС")) {
-      shift = std::clamp(shift + read_integer(text), -kMaxShift, kMaxShift);
-    } else if (same_key(name, u"L", u"Л")) {
-      locale = &cached_locale(text);
-    } else if (same_key(name, u"NDS", u"ЧРД")) {
-      if (!text.empty()) decimal = text.substr(0, 1);
-    } else if (same_key(name, u"NGS", u"ЧРГ")) {
-      if (!text.empty()) group = text.substr(0, 1);
-    } else if (same_key(name, u"NG", u"ЧГ")) {
-      grouping = &text;
-    } else if (same_key(name, u"NN", u"ЧО")) {
-      if (!text.empty() && text[0] >= u'0' && text[0] <= u'4') negative_order = text[0] - u'0';
-    } else if (same_key(name, u"ND", u"ЧЦ")) {
-      digits = read_count(text);
-    } else if (same_key(name, u"NFD", u"ЧДЦ")) {
-      fraction_digits = read_count(text);
-    } else if (same_key(name, u"NLZ", u"ЧВН")) {
-      leading_zeros = true;
-    } else if (same_key(name, u"NZ", u"ЧН")) {
-      zero_text = &text;
-    } else if (same_key(name, u"NF", u"ЧФ")) {
-      template_text = &text;
-    }
-  }
-  shift_decimal(number, shift);
+  const NumberKeys keys = read_number_keys(pairs);
+  // Every locale named is built, in order, so that a bad name throws even
+  // when a later one replaces it.
+  const Locale* locale = nullptr;
+  for (const String* name : keys.locales) locale = &cached_locale(*name);
+  Numeric number = value;
+  shift_decimal(number, keys.shift);
 
   std::optional<NumericFormat> own;
   if (locale != nullptr) own.emplace(*locale);
@@ -590,28 +595,28 @@ String format(const Numeric& value, const String& format_string) {
     if (!own) own.emplace(base);
     return *own;
   };
-  if (!decimal.empty()) modifiable().setDecimalSymbol(decimal);
-  if (!group.empty()) modifiable().setGroupSymbol(group);
-  if (grouping != nullptr) (void)modifiable().setWin32Grouping(*grouping);
-  if (negative_order >= 0)
-    (void)modifiable().setWin32NegativeOrder(static_cast<unsigned>(negative_order));
+  if (!keys.decimal.empty()) modifiable().setDecimalSymbol(keys.decimal);
+  if (!keys.group.empty()) modifiable().setGroupSymbol(keys.group);
+  if (keys.grouping != nullptr) (void)modifiable().setWin32Grouping(*keys.grouping);
+  if (keys.negative_order >= 0)
+    (void)modifiable().setWin32NegativeOrder(static_cast<unsigned>(keys.negative_order));
 
-  unsigned fraction = std::min(fraction_digits.value_or(0), NumericFormat::kMaxDigits);
+  unsigned fraction = std::min(keys.fraction_digits.value_or(0), NumericFormat::kMaxDigits);
   unsigned integer = 0;
-  const unsigned total = std::min(digits.value_or(0), NumericFormat::kMaxDigits);
+  const unsigned total = std::min(keys.digits.value_or(0), NumericFormat::kMaxDigits);
   if (total != 0) {
     fraction = std::min(fraction, total);
     integer = total - fraction;
   }
   const bool limited = integer != 0;
-  if (leading_zeros) modifiable().setLeadingZeros(integer != 0);
-  const bool fixed = digits.has_value() || fraction_digits.has_value();
+  if (keys.leading_zeros) modifiable().setLeadingZeros(integer != 0);
+  const bool fixed = keys.digits.has_value() || keys.fraction_digits.has_value();
   if (fixed && fraction == 0) number.round(0);
-  if (number.zero()) return zero_text != nullptr ? *zero_text : String();
+  if (number.zero()) return keys.zero_text != nullptr ? *keys.zero_text : String();
   const NumericFormat& numeric_format = own ? *own : base;
   String text = fixed ? numeric_format.format(number, integer, limited ? 1 : 0, fraction, fraction)
                       : numeric_format.format(number);
-  return template_text != nullptr ? apply_template(*template_text, text) : text;
+  return keys.template_text != nullptr ? apply_template(*keys.template_text, text) : text;
 }
 
 String format(const Date& value, const String& format_string) {
@@ -676,54 +681,23 @@ String get_locale_name_from_format(const String& format_string) {
 
 String canonical_format(const String& format_string) {
   const Pairs pairs = read_pairs(format_string);
-  // The number keys as the number branch reads them: in order, the last
-  // wins.
-  String decimal, group, grouping, zero, nf, negative, digits, fraction;
-  bool has_grouping = false, has_zero = false, has_nf = false, has_digits = false,
-       has_fraction = false, leading_zeros = false;
-  long long shift = 0;
-  for (const auto& [name, text] : pairs) {
-    if (same_key(name, u"NS", u"ЧС")) {
-      shift = std::clamp(shift + read_integer(text), -kMaxShift, kMaxShift);
-    } else if (same_key(name, u"NDS", u"ЧРД")) {
-      if (!text.empty()) decimal = text.substr(0, 1);
-    } else if (same_key(name, u"NGS", u"ЧРГ")) {
-      if (!text.empty()) group = text.substr(0, 1);
-    } else if (same_key(name, u"NG", u"ЧГ")) {
-      grouping = text;
-      has_grouping = true;
-    } else if (same_key(name, u"NN", u"ЧО")) {
-      if (!text.empty() && text[0] >= u'0' && text[0] <= u'4') negative = text.substr(0, 1);
-    } else if (same_key(name, u"ND", u"ЧЦ")) {
-      digits =
-          String::fromUtf8(std::to_string(std::min(read_count(text), NumericFormat::kMaxDigits)));
-      has_digits = true;
-    } else if (same_key(name, u"NFD", u"ЧДЦ")) {
-      fraction =
-          String::fromUtf8(std::to_string(std::min(read_count(text), NumericFormat::kMaxDigits)));
-      has_fraction = true;
-    } else if (same_key(name, u"NLZ", u"ЧВН")) {
-      leading_zeros = true;
-    } else if (same_key(name, u"NZ", u"ЧН")) {
-      zero = text;
-      has_zero = true;
-    } else if (same_key(name, u"NF", u"ЧФ")) {
-      nf = text;
-      has_nf = true;
-    }
-  }
+  const NumberKeys keys = read_number_keys(pairs);
   ParamsWriter writer;
   if (const String* locale = lookup(pairs, u"L", u"Л")) writer.add(u"L", *locale);
-  if (has_digits) writer.add(u"ND", digits);
-  if (has_fraction) writer.add(u"NFD", fraction);
-  if (!decimal.empty()) writer.add(u"NDS", decimal);
-  if (!group.empty()) writer.add(u"NGS", group);
-  if (has_grouping) writer.add(u"NG", grouping);
-  if (!negative.empty()) writer.add(u"NN", negative);
-  if (has_zero) writer.add(u"NZ", zero);
-  if (leading_zeros) writer.add(u"NLZ", u"1");
-  if (has_nf) writer.add(u"NF", nf);
-  if (shift != 0) writer.add(u"NS", String::fromUtf8(std::to_string(shift)));
+  if (keys.digits) {
+    writer.add(u"ND", decimal_text(std::min(*keys.digits, NumericFormat::kMaxDigits)));
+  }
+  if (keys.fraction_digits) {
+    writer.add(u"NFD", decimal_text(std::min(*keys.fraction_digits, NumericFormat::kMaxDigits)));
+  }
+  if (!keys.decimal.empty()) writer.add(u"NDS", keys.decimal);
+  if (!keys.group.empty()) writer.add(u"NGS", keys.group);
+  if (keys.grouping != nullptr) writer.add(u"NG", *keys.grouping);
+  if (keys.negative_order >= 0) writer.add(u"NN", decimal_text(keys.negative_order));
+  if (keys.zero_text != nullptr) writer.add(u"NZ", *keys.zero_text);
+  if (keys.leading_zeros) writer.add(u"NLZ", u"1");
+  if (keys.template_text != nullptr) writer.add(u"NF", *keys.template_text);
+  if (keys.shift != 0) writer.add(u"NS", decimal_text(keys.shift));
   static constexpr const char16_t* kLookedUp[][2] = {
       {u"DF", u"ДФ"}, {u"DLF", u"ДЛФ"}, {u"DE", u"ДП"}, {u"BT", u"БИ"}, {u"BF", u"БЛ"}};
   for (const auto& key : kLookedUp) {

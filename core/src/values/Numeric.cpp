@@ -14,6 +14,7 @@
 
 #include "core/exception_classes.h"
 #include "core/thread.h"
+#include "internal/throw.h"
 #include "rivet/heap.h"
 
 namespace core {
@@ -284,7 +285,7 @@ constexpr CrcTable kCrcTable;
 
 void check_mode(NumericRoundMode mode) {
   if (mode != NumericRoundMode::HalfTowardZero && mode != NumericRoundMode::HalfAwayFromZero) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(static_cast<int>(mode))));
+    detail::throw_illegal_argument(static_cast<int>(mode));
   }
 }
 
@@ -1084,7 +1085,7 @@ void Numeric::fromString(const char* text, const char** end) { parse(text, end);
 bool Numeric::digits(char* out, unsigned length, unsigned precision, NumericRoundMode mode) const {
   check_mode(mode);
   if (precision > length) {
-    throw IllegalArgumentException(String::fromUtf8(std::to_string(precision)));
+    detail::throw_illegal_argument(precision);
   }
   Numeric rounded(*this);
   rounded.round(static_cast<int>(std::min<unsigned>(precision, 1u << 30)), mode);

@@ -13,6 +13,7 @@
 #include "base/locale_data.h"
 #include "core/exception_classes.h"
 #include "core/refcountable.h"
+#include "internal/icu.h"
 
 namespace core {
 namespace detail {
@@ -37,14 +38,14 @@ class TimeZoneData : public Refcountable<TimeZoneData> {
 
   // The offset in milliseconds (standard and daylight parts) at `udate`.
   void offsets(UDate udate, bool local, int32_t& raw, int32_t& dst) const noexcept {
-    UErrorCode status = U_ZERO_ERROR;
+    IcuStatus status;
     if (local && basic_ != nullptr) {
       basic_->getOffsetFromLocal(udate, UCAL_TZ_LOCAL_FORMER, UCAL_TZ_LOCAL_FORMER, raw, dst,
                                  status);
     } else {
       zone_->getOffset(udate, local, raw, dst, status);
     }
-    if (U_FAILURE(status)) raw = dst = 0;
+    if (status.isFailure()) raw = dst = 0;
   }
 
  private:
@@ -69,10 +70,6 @@ namespace {
 constexpr std::int64_t kTicksPerMs = 10;
 // Milliseconds from 0001-01-01 to 1970-01-01.
 constexpr std::int64_t kUnixEpochMs = 719'162LL * 86'400'000;
-
-String from_icu(const icu::UnicodeString& text) {
-  return String(text.getBuffer(), static_cast<std::size_t>(text.length()));
-}
 
 UDate to_udate(const Date& date) {
   return static_cast<UDate>(static_cast<std::int64_t>(date.ticks() / kTicksPerMs) - kUnixEpochMs);
@@ -131,7 +128,7 @@ const String& TimeZone::id() const noexcept { return data_->id(); }
 String TimeZone::displayName(const Locale& locale) const {
   icu::UnicodeString name;
   data_->zone().getDisplayName(locale.data().icu, name);
-  return from_icu(name);
+  return detail::from_icu(name);
 }
 
 DateSpan TimeZone::getRawOffset() const noexcept {
@@ -179,7 +176,7 @@ TimeZone TimeZone::system() {
     if (host == nullptr) return new TimeZone(String(kUnknownId));
     icu::UnicodeString host_id;
     host->getID(host_id);
-    return new TimeZone(make_data(from_icu(host_id), std::move(host)));
+    return new TimeZone(make_data(detail::from_icu(host_id), std::move(host)));
   }();
   return *zone;
 }

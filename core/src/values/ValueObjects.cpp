@@ -1,6 +1,4 @@
 // Implements core/value.h, value_impl.h, value_interfaces.h: primitive values, object bases.
-#include <unicode/uchar.h>
-
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -14,6 +12,7 @@
 #include "core/thread.h"
 #include "core/value.h"
 #include "core/value_impl.h"
+#include "internal/chars.h"
 #include "values/type_registry.h"
 #include "values/value_objects.h"
 
@@ -228,17 +227,6 @@ class StringValue final : public PayloadValue {
   String value_;
 };
 
-bool is_space(char16_t unit) { return u_isspace(unit) != 0; }
-
-// `text` without the white space around it.
-std::u16string_view trimmed(std::u16string_view text) {
-  size_t begin = 0;
-  size_t end = text.size();
-  while (begin < end && is_space(text[begin])) ++begin;
-  while (end > begin && is_space(text[end - 1])) --end;
-  return text.substr(begin, end - begin);
-}
-
 bool StringValue::getBoolean(bool& out) {
   out = false;
   bool parsed = false;
@@ -246,9 +234,9 @@ bool StringValue::getBoolean(bool& out) {
     out = parsed;
     return true;
   }
-  const std::u16string_view word = trimmed(value_);
+  const std::u16string_view word = detail::trim_white_space(value_);
   for (char16_t unit : word) {
-    if (is_space(unit)) return false;  // a second word follows
+    if (detail::is_white_space(unit)) return false;  // a second word follows
   }
   if (compare_nocase(word, u"True") == 0 || compare_nocase(word, u"Истина") == 0) {
     out = true;
@@ -258,7 +246,7 @@ bool StringValue::getBoolean(bool& out) {
 }
 
 bool StringValue::getNumeric(Numeric& out) {
-  const String text(trimmed(value_));
+  const String text(detail::trim_white_space(value_));
   if (text.empty()) return false;
   Numeric number;
   const char16_t* end = nullptr;
@@ -269,7 +257,7 @@ bool StringValue::getNumeric(Numeric& out) {
 }
 
 bool StringValue::getDate(Date& out) {
-  const String text(trimmed(value_));
+  const String text(detail::trim_white_space(value_));
   Date date;
   const char16_t* end = nullptr;
   date.fromString(text.c_str(), &end);

@@ -1,9 +1,7 @@
 #include "core/string.h"
 
 #include <gtest/gtest.h>
-#include <unicode/ustring.h>
 
-#include <random>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -190,73 +188,6 @@ TEST(String, HashFollowsEquality) {
   for (int i = 0; i < 2000; ++i)
     hashes.insert(std::hash<String>()(String(make_text(i % 40)) + static_cast<char16_t>(i)));
   EXPECT_GT(hashes.size(), 1990u);
-}
-
-struct Utf8Case {
-  const char* bytes;
-  std::u16string_view text;
-};
-
-TEST(StringUtf8, DecodesAndReplacesMaximalSubparts) {
-  const Utf8Case cases[] = {
-      {"", u""},
-      {"plain", u"plain"},
-      {"\xD0\x81\xD1\x91", u"Ёё"},
-      {"\xE2\x82\xAC", u"€"},
-      {"\xF0\x9F\x98\x80", u"\U0001F600"},
-      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-      {"\xC0\x80", u"\uFFFD\uFFFD"},            // overlong NUL
-      {"\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD"},  // overlong '/'
-      {"\xF0\x80\x80\xAF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},            // encoded surrogate D800
-      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
-      {"\xE2\x82", u"\uFFFD"},                            // truncated at the end
-      {"\xE2\x82x", u"\uFFFDx"},                          // truncated before ASCII
-      {"\xF0\x9F\x98", u"\uFFFD"},
-      {"\xF0\x9F\x98\xF0\x9F\x98\x80", u"\uFFFD\U0001F600"},
-      {"\x80\xBF", u"\uFFFD\uFFFD"},
-      {"\xFE\xFF", u"\uFFFD\uFFFD"},
-      {"a\xF1\x80\x80\xE1\x80\xC2"
-       "b\x80"
-       "c\x80\xBF"
-       "d",
-       u"a\uFFFD\uFFFD\uFFFDb\uFFFDc\uFFFD\uFFFDd"},
-  };
-  for (const Utf8Case& c : cases) {
-    SCOPED_TRACE(c.bytes);
-    EXPECT_EQ(std::u16string_view(String::fromUtf8(c.bytes)), c.text);
-  }
-}
-
-TEST(StringUtf8, AgreesWithIcuSubstitution) {
-  std::mt19937 random(7);
-  const unsigned char pool[] = {0x00, 0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF,
-                                0xC0, 0xC1, 0xC2, 0xDF, 0xE0, 0xE1, 0xEC, 0xED, 0xEE,
-                                0xEF, 0xF0, 0xF1, 0xF3, 0xF4, 0xF5, 0xFF};
-  for (int round = 0; round < 5000; ++round) {
-    std::string bytes(random() % 24, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(pool[random() % sizeof(pool)]);
-    std::vector<char16_t> expected(bytes.size() + 1);
-    int32_t length = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8WithSub(expected.data(), static_cast<int32_t>(expected.size()), &length,
-                         bytes.data(), static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr,
-                         &status);
-    ASSERT_TRUE(U_SUCCESS(status));
-    ASSERT_EQ(std::u16string_view(String::fromUtf8(bytes)),
-              std::u16string_view(expected.data(), static_cast<std::size_t>(length)))
-        << testing::PrintToString(bytes);
-  }
-}
-
-TEST(StringUtf8, EncodesAndReplacesUnpairedSurrogates) {
-  EXPECT_EQ(String(u"A\u00E9\u20AC\U0001F600").toUtf8(), "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
-  const char16_t lone[] = {u'x', 0xD800, u'y', 0xDC00, 0xDBFF};
-  EXPECT_EQ(String(lone, 5).toUtf8(), "x\xEF\xBF\xBDy\xEF\xBF\xBD\xEF\xBF\xBD");
-  const char16_t reversed[] = {0xDC00, 0xD800};
-  EXPECT_EQ(String(reversed, 2).toUtf8(), "\xEF\xBF\xBD\xEF\xBF\xBD");
-  const String long_text(u"Длинный текст с эмодзи \U0001F600 и ещё немного");
-  EXPECT_EQ(String::fromUtf8(long_text.toUtf8()), long_text);
 }
 
 }  // namespace
