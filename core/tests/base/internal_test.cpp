@@ -43,7 +43,7 @@ TEST(Throwers, IllegalArgumentCarriesTheRefusedValue) {
     const char* detail;
   } const kCases[] = {
       {[] { detail::throw_illegal_argument(LLONG_MIN); }, "-9223372036854775808"},
-      {[] { Thread::setLanguage(-7); }, "-7"},
+      {[] { Thread::setLanguage(static_cast<Language>(-7)); }, "-7"},
       {[] { Thread::setFirstDayOfWeek(static_cast<WeekDay>(8)); }, "8"},
       {[&] { (void)Numeric(1).digits(digits, 3, 4000000000u, NumericRoundMode::HalfTowardZero); },
        "4000000000"},
