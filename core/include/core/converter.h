@@ -125,7 +125,7 @@ class CORE_EXPORT StreamConverterToUnicode {
   // the caller calls again. A null `source` marks the end of the input: the
   // converter flushes what it holds. Throws `ConverterException` (code 2, "IDS_CNVERROR_BADDATA")
   // for bytes that cannot be converted, a sequence cut short by the end included.
-  void widen(const char*& source, size_t sourceLength, char16_t*& target, size_t targetCapacity);
+  void widen(const char*& source, size_t source_length, char16_t*& target, size_t target_capacity);
   // The input bytes held that do not form a character yet.
   size_t pending() const;
   // U+FEFF for encodings that carry a byte-order signature of a fixed order
@@ -157,7 +157,7 @@ class CORE_EXPORT StreamConverterFromUnicode {
 
   // As StreamConverterToUnicode::widen, from UTF-16 units to bytes. Throws
   // `ConverterException` (code 2, "IDS_CNVERROR_BADDATA") for an unpaired surrogate.
-  void narrow(const char16_t*& source, size_t sourceLength, char*& target, size_t targetCapacity);
+  void narrow(const char16_t*& source, size_t source_length, char*& target, size_t target_capacity);
   // The most bytes that one character takes in the encoding.
   size_t maxCharSize() const;
   size_t pending() const;

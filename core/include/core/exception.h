@@ -120,8 +120,8 @@ class CORE_EXPORT Exception {
   explicit Exception(const String& descr, IExceptionObject* inner = nullptr);
   // The same with every field given. `stackTrace` is a trace carried from
   // where the exception was first raised (for example by another process).
-  Exception(const String& descr, IExceptionObject* inner, const GUID& uiHelperUUID,
-            const Categories& categories, const String& stackTrace);
+  Exception(const String& descr, IExceptionObject* inner, const GUID& ui_helper_uuid,
+            const Categories& categories, const String& stack_trace);
 
   // Copies share the cause, the captured trace and the exception counter.
   Exception(const Exception& other) noexcept;
@@ -179,11 +179,11 @@ class CORE_EXPORT Exception {
   // For subclasses: every subclass constructor ends in one of these with its
   // own clsid.
   Exception(const GUID& clsid, const char16_t* descr, IExceptionObject* inner,
-            const GUID& uiHelperUUID = GUID{}, const Categories& categories = Categories(),
-            const String& stackTrace = String());
+            const GUID& ui_helper_uuid = GUID{}, const Categories& categories = Categories(),
+            const String& stack_trace = String());
   Exception(const GUID& clsid, const String& descr, IExceptionObject* inner,
-            const GUID& uiHelperUUID = GUID{}, const Categories& categories = Categories(),
-            const String& stackTrace = String());
+            const GUID& ui_helper_uuid = GUID{}, const Categories& categories = Categories(),
+            const String& stack_trace = String());
 
  private:
   // Takes the calling thread's exception counter and counts this exception.

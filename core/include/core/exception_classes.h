@@ -218,11 +218,11 @@ class CORE_EXPORT ContextException : public Exception {
 
   // The text of `messageId` is used as it stands: placeholders are not
   // filled.
-  explicit ContextException(const char* messageId, IExceptionObject* inner = nullptr);
-  ContextException(const char* messageId, const String& extra, IExceptionObject* inner = nullptr);
-  ContextException(const char* messageId, const char* file, unsigned line, const char16_t* where,
+  explicit ContextException(const char* message_id, IExceptionObject* inner = nullptr);
+  ContextException(const char* message_id, const String& extra, IExceptionObject* inner = nullptr);
+  ContextException(const char* message_id, const char* file, unsigned line, const char16_t* where,
                    IExceptionObject* inner = nullptr);
-  ContextException(const char* messageId, const char* file, unsigned line, const char16_t* where,
+  ContextException(const char* message_id, const char* file, unsigned line, const char16_t* where,
                    const String& extra, IExceptionObject* inner = nullptr);
   // A finished description with its categories.
   ContextException(const String& descr, const Categories& categories,
@@ -244,7 +244,7 @@ class CORE_EXPORT ConverterException : public Exception {
   };
 
   explicit ConverterException(Code code, IExceptionObject* inner = nullptr);
-  ConverterException(Code code, const String& encodingName, IExceptionObject* inner = nullptr);
+  ConverterException(Code code, const String& encoding_name, IExceptionObject* inner = nullptr);
 
   Code code() const noexcept { return code_; }
 
@@ -265,11 +265,11 @@ class CORE_EXPORT CtorException : public Exception {
   static constexpr GUID kClsid = {
       0x2E20EDA7, 0x414A, 0x4549, {0xAE, 0x78, 0x06, 0xC1, 0x99, 0x79, 0xCE, 0x2D}};
 
-  explicit CtorException(const char* messageId, IExceptionObject* inner = nullptr);
-  CtorException(const char* messageId, const String& extra, IExceptionObject* inner = nullptr);
-  CtorException(const char* messageId, const char* file, unsigned line, const char16_t* where,
+  explicit CtorException(const char* message_id, IExceptionObject* inner = nullptr);
+  CtorException(const char* message_id, const String& extra, IExceptionObject* inner = nullptr);
+  CtorException(const char* message_id, const char* file, unsigned line, const char16_t* where,
                 IExceptionObject* inner = nullptr);
-  CtorException(const char* messageId, const char* file, unsigned line, const char16_t* where,
+  CtorException(const char* message_id, const char* file, unsigned line, const char16_t* where,
                 const String& extra, IExceptionObject* inner = nullptr);
   // A finished description with its categories.
   CtorException(const String& descr, const Categories& categories,
@@ -355,8 +355,8 @@ class CORE_EXPORT FileException : public Exception {
   FileException(Error reason, const char* file, unsigned line, const char16_t* where,
                 const String& path, IExceptionObject* inner = nullptr);
   // Everything at once; the description is the text, a line feed and `path`.
-  FileException(Error reason, const String& path, bool isDirectory, const URL& url,
-                const URL& secondUrl, IExceptionObject* inner = nullptr);
+  FileException(Error reason, const String& path, bool is_directory, const URL& url,
+                const URL& second_url, IExceptionObject* inner = nullptr);
 
   Error reason() const noexcept { return reason_; }
   const String& path() const noexcept { return path_; }
@@ -860,7 +860,7 @@ class CORE_EXPORT TypeException : public Exception {
   static constexpr const char* kMessageId = "IDS_TYPEERROR_TYPENOTDEFINED";
 
   TypeException();
-  explicit TypeException(const String& typeNameOrGuidText, IExceptionObject* inner = nullptr);
+  explicit TypeException(const String& type_name_or_guid_text, IExceptionObject* inner = nullptr);
 };
 
 // An operation the object does not support ("IDS_ERR_UNSUPPORTED_OPERATION").
@@ -915,8 +915,8 @@ class CORE_EXPORT VersionException : public Exception {
   static constexpr GUID kClsid = {
       0x9F06D311, 0x1431, 0x4A54, {0xBD, 0x6F, 0xFA, 0x93, 0xC4, 0xD4, 0xC4, 0x71}};
 
-  VersionException(const String& descr, const std::string& requestedVersion,
-                   const String& downloadResource, IExceptionObject* inner = nullptr);
+  VersionException(const String& descr, const std::string& requested_version,
+                   const String& download_resource, IExceptionObject* inner = nullptr);
 
   const std::string& requestedVersion() const noexcept { return requested_version_; }
   const String& downloadResource() const noexcept { return download_resource_; }

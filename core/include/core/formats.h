@@ -116,8 +116,8 @@ class CORE_EXPORT NumericFormat {
   // part needs more than integerDigits digits is shown as the largest number
   // of that shape, all nines (123456 with 3 integer and 1 fraction digit
   // gives "999.9"). Counts above kMaxDigits are taken as kMaxDigits.
-  String format(const Numeric& value, unsigned integerDigits, unsigned integerLimited,
-                unsigned fractionDigits, unsigned minFractionDigits) const;
+  String format(const Numeric& value, unsigned integer_digits, unsigned integer_limited,
+                unsigned fraction_digits, unsigned min_fraction_digits) const;
 
  private:
   String compose(bool negative, const char* integer, std::size_t integer_size, const char* fraction,

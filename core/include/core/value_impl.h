@@ -99,8 +99,8 @@ class CORE_EXPORT ObjectTypeCore : public IType {
 
  protected:
   // REQUIRES: the names and identifiers outlive the type (literals do).
-  ObjectTypeCore(const GUID& clsid, const char16_t* englishName, const char16_t* russianName,
-                 const char* presentationId, bool valueMutable,
+  ObjectTypeCore(const GUID& clsid, const char16_t* english_name, const char16_t* russian_name,
+                 const char* presentation_id, bool value_mutable,
                  const char* module = "core") noexcept;
   ~ObjectTypeCore() override = default;
 

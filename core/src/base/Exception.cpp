@@ -97,34 +97,34 @@ Exception::Exception(const char16_t* descr, IExceptionObject* inner)
 Exception::Exception(const String& descr, IExceptionObject* inner)
     : Exception(kClsid, descr, inner) {}
 
-Exception::Exception(const String& descr, IExceptionObject* inner, const GUID& uiHelperUUID,
-                     const Categories& categories, const String& stackTrace)
-    : Exception(kClsid, descr, inner, uiHelperUUID, categories, stackTrace) {}
+Exception::Exception(const String& descr, IExceptionObject* inner, const GUID& ui_helper_uuid,
+                     const Categories& categories, const String& stack_trace)
+    : Exception(kClsid, descr, inner, ui_helper_uuid, categories, stack_trace) {}
 
 // Both base constructors do their own work rather than delegate, so that each
 // adds exactly one frame under initStackTrace().
 Exception::Exception(const GUID& clsid, const char16_t* descr, IExceptionObject* inner,
-                     const GUID& uiHelperUUID, const Categories& categories,
-                     const String& stackTrace)
+                     const GUID& ui_helper_uuid, const Categories& categories,
+                     const String& stack_trace)
     : clsid_(clsid),
       descr_(descr),
       inner_(inner),
-      stack_trace_(stackTrace),
+      stack_trace_(stack_trace),
       categories_(categories),
-      ui_helper_uuid_(uiHelperUUID) {
+      ui_helper_uuid_(ui_helper_uuid) {
   countOnThread();
   initStackTrace();
 }
 
 Exception::Exception(const GUID& clsid, const String& descr, IExceptionObject* inner,
-                     const GUID& uiHelperUUID, const Categories& categories,
-                     const String& stackTrace)
+                     const GUID& ui_helper_uuid, const Categories& categories,
+                     const String& stack_trace)
     : clsid_(clsid),
       descr_(descr),
       inner_(inner),
-      stack_trace_(stackTrace),
+      stack_trace_(stack_trace),
       categories_(categories),
-      ui_helper_uuid_(uiHelperUUID) {
+      ui_helper_uuid_(ui_helper_uuid) {
   countOnThread();
   initStackTrace();
 }
@@ -344,10 +344,10 @@ CORE_DEFINE_SHAPES_WITH(ValueIsFilledException, int32_t, code, kMessageId, code_
 ConverterException::ConverterException(Code code, IExceptionObject* inner)
     : ConverterException(code, String(), inner) {}
 
-ConverterException::ConverterException(Code code, const String& encodingName,
+ConverterException::ConverterException(Code code, const String& encoding_name,
                                        IExceptionObject* inner)
     : Exception(kClsid, load_core_wstring(message_id(kConverterIds, code)), inner), code_(code) {
-  if (!encodingName.empty()) descr(descr() + u" '" + encodingName + u"'");
+  if (!encoding_name.empty()) descr(descr() + u" '" + encoding_name + u"'");
 }
 
 CancelOperationException::CancelOperationException(Reason reason, IExceptionObject* inner)
@@ -390,14 +390,14 @@ FileException::FileException(Error reason, const char* file, unsigned line, cons
       reason_(reason),
       path_(path) {}
 
-FileException::FileException(Error reason, const String& path, bool isDirectory, const URL& url,
-                             const URL& secondUrl, IExceptionObject* inner)
+FileException::FileException(Error reason, const String& path, bool is_directory, const URL& url,
+                             const URL& second_url, IExceptionObject* inner)
     : Exception(kClsid, describe(message_id(kFileIds, reason), path), inner),
       reason_(reason),
       path_(path),
-      is_directory_(isDirectory),
+      is_directory_(is_directory),
       url_(url),
-      second_url_(secondUrl) {}
+      second_url_(second_url) {}
 
 InteractiveSecurityException::InteractiveSecurityException(const String& action,
                                                            IExceptionObject* inner)
@@ -461,15 +461,15 @@ TypeDomainPatternProviderException::TypeDomainPatternProviderException(const Str
 TypeException::TypeException()
     : Exception(kClsid, format_message(load_core_wstring(kMessageId), {u""}), nullptr) {}
 
-TypeException::TypeException(const String& typeNameOrGuidText, IExceptionObject* inner)
-    : Exception(kClsid, format_message(load_core_wstring(kMessageId), {typeNameOrGuidText}),
+TypeException::TypeException(const String& type_name_or_guid_text, IExceptionObject* inner)
+    : Exception(kClsid, format_message(load_core_wstring(kMessageId), {type_name_or_guid_text}),
                 inner) {}
 
-VersionException::VersionException(const String& descr, const std::string& requestedVersion,
-                                   const String& downloadResource, IExceptionObject* inner)
+VersionException::VersionException(const String& descr, const std::string& requested_version,
+                                   const String& download_resource, IExceptionObject* inner)
     : Exception(kClsid, descr, inner),
-      requested_version_(requestedVersion),
-      download_resource_(downloadResource) {}
+      requested_version_(requested_version),
+      download_resource_(download_resource) {}
 
 #ifdef _WIN32
 String COMException::errorDescription(long hresult) {

@@ -295,14 +295,14 @@ void Exception::deserialize(IInPersistenceStorage* storage) {
       String descr;
       in.get(descr);
       in.getBeginOfList();
-      GUID causeClsid{};
-      in.get(causeClsid);
+      GUID cause_clsid{};
+      in.get(cause_clsid);
       InterfacePtr<IExceptionObject> cause;
-      if (causeClsid == GUID{}) {
+      if (cause_clsid == GUID{}) {
         in.getEndOfList();
       } else {
         if (++depth > kMaxCauseDepth) throw_list_stream_error();
-        cause = rest(causeClsid).object();
+        cause = rest(cause_clsid).object();
         --depth;
       }
       String stack;
@@ -316,10 +316,10 @@ void Exception::deserialize(IInPersistenceStorage* storage) {
         if (c != u'0' && c != u'1') throw_list_stream_error();
         categories.set(i, c == u'1');
       }
-      GUID uiHelper{};
-      in.get(uiHelper);
+      GUID ui_helper{};
+      in.get(ui_helper);
       in.getEndOfList();
-      return Exception(clsid, descr, cause.get(), uiHelper, categories, stack);
+      return Exception(clsid, descr, cause.get(), ui_helper, categories, stack);
     }
   };
   ListInStream& in = storage->reader();

@@ -249,15 +249,15 @@ StreamConverterToUnicode::StreamConverterToUnicode(const StreamConverterToUnicod
 StreamConverterToUnicode& StreamConverterToUnicode::operator=(const StreamConverterToUnicode&) =
     default;
 
-void StreamConverterToUnicode::widen(const char*& source, size_t sourceLength, char16_t*& target,
-                                     size_t targetCapacity) {
+void StreamConverterToUnicode::widen(const char*& source, size_t source_length, char16_t*& target,
+                                     size_t target_capacity) {
   UConverter* converter = handle_->get();
   IcuStatus status;
   const bool flush = source == nullptr;
   const char* empty = "";
   const char*& from = flush ? empty : source;
-  ucnv_toUnicode(converter, &target, target + targetCapacity, &from,
-                 flush ? empty : source + sourceLength, nullptr, flush, status);
+  ucnv_toUnicode(converter, &target, target + target_capacity, &from,
+                 flush ? empty : source + source_length, nullptr, flush, status);
   if (status.get() == U_BUFFER_OVERFLOW_ERROR) return;
   if (status.isFailure()) {
     // The converter holds the broken sequence; a caller that goes on after
@@ -311,15 +311,15 @@ StreamConverterFromUnicode::StreamConverterFromUnicode(const StreamConverterFrom
 StreamConverterFromUnicode& StreamConverterFromUnicode::operator=(
     const StreamConverterFromUnicode&) = default;
 
-void StreamConverterFromUnicode::narrow(const char16_t*& source, size_t sourceLength, char*& target,
-                                        size_t targetCapacity) {
+void StreamConverterFromUnicode::narrow(const char16_t*& source, size_t source_length,
+                                        char*& target, size_t target_capacity) {
   UConverter* converter = handle_->get();
   IcuStatus status;
   const bool flush = source == nullptr;
   const char16_t* empty = u"";
   const char16_t*& from = flush ? empty : source;
-  ucnv_fromUnicode(converter, &target, target + targetCapacity, &from,
-                   flush ? empty : source + sourceLength, nullptr, flush, status);
+  ucnv_fromUnicode(converter, &target, target + target_capacity, &from,
+                   flush ? empty : source + source_length, nullptr, flush, status);
   if (status.get() == U_BUFFER_OVERFLOW_ERROR) return;
   if (status.isFailure()) {
     ucnv_resetFromUnicode(converter);

@@ -90,13 +90,13 @@ constinit Immortal<PrimitiveType> date_type_storage(TypeCode::Date, detail::kDat
 constinit Immortal<PrimitiveType> type_type_storage(TypeCode::Type, detail::kTypeTypeClsid, u"Type",
                                                     u"Тип", "IDS_TYPE_PRESENT_TYPE");
 
-constexpr PrimitiveType* undefined_type = &undefined_type_storage.value;
-constexpr PrimitiveType* null_type = &null_type_storage.value;
-constexpr PrimitiveType* boolean_type = &boolean_type_storage.value;
-constexpr PrimitiveType* number_type = &number_type_storage.value;
-constexpr PrimitiveType* string_type = &string_type_storage.value;
-constexpr PrimitiveType* date_type = &date_type_storage.value;
-constexpr PrimitiveType* type_type = &type_type_storage.value;
+constexpr PrimitiveType* kUndefinedType = &undefined_type_storage.value;
+constexpr PrimitiveType* kNullType = &null_type_storage.value;
+constexpr PrimitiveType* kBooleanType = &boolean_type_storage.value;
+constexpr PrimitiveType* kNumberType = &number_type_storage.value;
+constexpr PrimitiveType* kStringType = &string_type_storage.value;
+constexpr PrimitiveType* kDateType = &date_type_storage.value;
+constexpr PrimitiveType* kTypeType = &type_type_storage.value;
 
 // ---------------------------------------------------------------------------
 // The values.
@@ -131,7 +131,7 @@ class EmptyValue final : public SingletonValue {
 class BooleanValue final : public SingletonValue {
  public:
   constexpr BooleanValue(bool value) noexcept
-      : SingletonValue(boolean_type, value ? 0x7FFFFFFD : 0x7FFFFFFC), value_(value) {}
+      : SingletonValue(kBooleanType, value ? 0x7FFFFFFD : 0x7FFFFFFC), value_(value) {}
   bool getBoolean(bool& out) override {
     out = value_;
     return true;
@@ -149,14 +149,14 @@ class BooleanValue final : public SingletonValue {
   bool value_;
 };
 
-constinit Immortal<EmptyValue> undefined_value_storage(undefined_type, 0x7FFFFFFF);
-constinit Immortal<EmptyValue> null_value_storage(null_type, 0x7FFFFFFE);
+constinit Immortal<EmptyValue> undefined_value_storage(kUndefinedType, 0x7FFFFFFF);
+constinit Immortal<EmptyValue> null_value_storage(kNullType, 0x7FFFFFFE);
 constinit Immortal<BooleanValue> false_value_storage(false);
 constinit Immortal<BooleanValue> true_value_storage(true);
-constexpr EmptyValue* undefined_value = &undefined_value_storage.value;
-constexpr EmptyValue* null_value = &null_value_storage.value;
-constexpr BooleanValue* false_value = &false_value_storage.value;
-constexpr BooleanValue* true_value = &true_value_storage.value;
+constexpr EmptyValue* kUndefinedValue = &undefined_value_storage.value;
+constexpr EmptyValue* kNullValue = &null_value_storage.value;
+constexpr BooleanValue* kFalseValue = &false_value_storage.value;
+constexpr BooleanValue* kTrueValue = &true_value_storage.value;
 
 // The value objects with a payload: counted, deleted with the last
 // reference.
@@ -171,7 +171,7 @@ class PayloadValue : public ValueImplBase {
 
 class NumberValue final : public PayloadValue {
  public:
-  explicit NumberValue(const Numeric& value) : PayloadValue(number_type), value_(value) {}
+  explicit NumberValue(const Numeric& value) : PayloadValue(kNumberType), value_(value) {}
   bool getBoolean(bool& out) override {
     out = !value_.zero();
     return true;
@@ -187,7 +187,7 @@ class NumberValue final : public PayloadValue {
   bool isEqual(IValue* other) override {
     if (other == this) return true;
     Numeric number;
-    return other != nullptr && other->getIType() == number_type && other->getNumeric(number) &&
+    return other != nullptr && other->getIType() == kNumberType && other->getNumeric(number) &&
            number.compare(value_) == 0;
   }
   int32_t hashCode() override { return detail::number_hash(value_); }
@@ -204,7 +204,7 @@ class NumberValue final : public PayloadValue {
 // date.
 class StringValue final : public PayloadValue {
  public:
-  explicit StringValue(const String& value) : PayloadValue(string_type), value_(value) {}
+  explicit StringValue(const String& value) : PayloadValue(kStringType), value_(value) {}
   bool getBoolean(bool& out) override;
   bool getNumeric(Numeric& out) override;
   bool getString(String& out) override {
@@ -215,7 +215,7 @@ class StringValue final : public PayloadValue {
   bool isEqual(IValue* other) override {
     if (other == this) return true;
     String text;
-    return other != nullptr && other->getIType() == string_type && other->getString(text) &&
+    return other != nullptr && other->getIType() == kStringType && other->getString(text) &&
            text == value_;
   }
   int32_t hashCode() override {
@@ -268,7 +268,7 @@ bool StringValue::getDate(Date& out) {
 
 class DateValue final : public PayloadValue {
  public:
-  explicit DateValue(const Date& value) noexcept : PayloadValue(date_type), value_(value) {}
+  explicit DateValue(const Date& value) noexcept : PayloadValue(kDateType), value_(value) {}
   bool getDate(Date& out) override {
     out = value_;
     return true;
@@ -281,7 +281,7 @@ class DateValue final : public PayloadValue {
   bool isEqual(IValue* other) override {
     if (other == this) return true;
     Date date;
-    return other != nullptr && other->getIType() == date_type && other->getDate(date) &&
+    return other != nullptr && other->getIType() == kDateType && other->getDate(date) &&
            date.ticks() == value_.ticks();
   }
   int32_t hashCode() override {
@@ -298,12 +298,12 @@ class DateValue final : public PayloadValue {
 
 class TypeValue final : public PayloadValue, public ITypeValue {
  public:
-  explicit TypeValue(const GUID& clsid) noexcept : PayloadValue(type_type), clsid_(clsid) {}
+  explicit TypeValue(const GUID& clsid) noexcept : PayloadValue(kTypeType), clsid_(clsid) {}
 
   bool getString(String& out) override;
   bool isEqual(IValue* other) override {
     if (other == this) return true;
-    if (other == nullptr || other->getIType() != type_type) return false;
+    if (other == nullptr || other->getIType() != kTypeType) return false;
     InterfacePtr<ITypeValue> type_value = InterfacePtr<IValue>(other).query<ITypeValue>();
     return type_value && type_value->typeCLSID() == clsid_;
   }
@@ -349,11 +349,11 @@ bool TypeValue::getString(String& out) {
 InterfacePtr<IValue> PrimitiveType::createIValue() {
   switch (code_) {
     case TypeCode::Undefined:
-      return InterfacePtr<IValue>(undefined_value);
+      return InterfacePtr<IValue>(kUndefinedValue);
     case TypeCode::Null:
-      return InterfacePtr<IValue>(null_value);
+      return InterfacePtr<IValue>(kNullValue);
     case TypeCode::Boolean:
-      return InterfacePtr<IValue>(false_value);
+      return InterfacePtr<IValue>(kFalseValue);
     case TypeCode::Number:
       return create_numeric_value(0);
     case TypeCode::String:
@@ -361,7 +361,7 @@ InterfacePtr<IValue> PrimitiveType::createIValue() {
     case TypeCode::Date:
       return create_date_value(Date());
     default:
-      return create_type_value(undefined_type->getCLSID());
+      return create_type_value(kUndefinedType->getCLSID());
   }
 }
 
@@ -374,7 +374,7 @@ class ComObjectType final : public ObjectTypeCore {
       : ObjectTypeCore(detail::kComObjectTypeClsid, u"COMObject", u"COMОбъект",
                        "IDS_TYPE_PRESENTATION_COMOBJECT", true) {}
   bool isCOMType() override { return true; }
-  InterfacePtr<IValue> createIValue() override { return InterfacePtr<IValue>(undefined_value); }
+  InterfacePtr<IValue> createIValue() override { return InterfacePtr<IValue>(kUndefinedValue); }
 };
 
 ComObjectType& com_object_type() {
@@ -404,7 +404,7 @@ class ComObjectValue final : public ObjectValueCore {
 // The value to hold for `object`: itself when it is a value, else a COM
 // object value wrapping it; Undefined for null.
 InterfacePtr<IValue> value_of(IUnknown* object) {
-  if (object == nullptr) return InterfacePtr<IValue>(undefined_value);
+  if (object == nullptr) return InterfacePtr<IValue>(kUndefinedValue);
   InterfacePtr<IValue> value = InterfacePtr<IUnknown>(object).query<IValue>();
   if (value) return value;
   return InterfacePtr<IValue>(new ComObjectValue(object));
@@ -443,19 +443,19 @@ int32_t number_hash(const Numeric& number) {
 IType* primitive_type(TypeCode code) noexcept {
   switch (code) {
     case TypeCode::Undefined:
-      return undefined_type;
+      return kUndefinedType;
     case TypeCode::Null:
-      return null_type;
+      return kNullType;
     case TypeCode::Boolean:
-      return boolean_type;
+      return kBooleanType;
     case TypeCode::Number:
-      return number_type;
+      return kNumberType;
     case TypeCode::String:
-      return string_type;
+      return kStringType;
     case TypeCode::Date:
-      return date_type;
+      return kDateType;
     case TypeCode::Type:
-      return type_type;
+      return kTypeType;
     default:
       return nullptr;
   }
@@ -512,14 +512,14 @@ int32_t ObjectValueCore::hashCode() {
 
 void* ObjectValueCore::getDataPtr() { return this; }
 
-ObjectTypeCore::ObjectTypeCore(const GUID& clsid, const char16_t* englishName,
-                               const char16_t* russianName, const char* presentationId,
-                               bool valueMutable, const char* module) noexcept
+ObjectTypeCore::ObjectTypeCore(const GUID& clsid, const char16_t* english_name,
+                               const char16_t* russian_name, const char* presentation_id,
+                               bool value_mutable, const char* module) noexcept
     : clsid_(clsid),
-      names_{englishName, russianName},
-      presentation_id_(presentationId),
+      names_{english_name, russian_name},
+      presentation_id_(presentation_id),
       module_(module),
-      value_mutable_(valueMutable) {}
+      value_mutable_(value_mutable) {}
 
 const char16_t* ObjectTypeCore::getName(Language language) {
   return bilingual_name(names_[0], names_[1], language);
@@ -548,10 +548,10 @@ int32_t ObjectTypeCore::release() {
 // ---------------------------------------------------------------------------
 // Creating values.
 
-IValue* create_undefined_value() noexcept { return undefined_value; }
-IValue* create_null_value() noexcept { return null_value; }
+IValue* create_undefined_value() noexcept { return kUndefinedValue; }
+IValue* create_null_value() noexcept { return kNullValue; }
 IValue* create_boolean_value(bool value) noexcept {
-  return value ? static_cast<IValue*>(true_value) : false_value;
+  return value ? static_cast<IValue*>(kTrueValue) : kFalseValue;
 }
 
 InterfacePtr<IValue> create_numeric_value(short value) {
@@ -627,11 +627,11 @@ void GenericValue::assign(const Date& value) { setIValue(create_date_value(value
 void GenericValue::assign(IUnknown* value) { setIValue(value_of(value).get()); }
 void GenericValue::assign(IValue* value) { setIValue(value); }
 void GenericValue::assign(const GenericValue& value) { value.setIValueTo(*this); }
-void GenericValue::clear() { setIValue(undefined_value); }
+void GenericValue::clear() { setIValue(kUndefinedValue); }
 
 bool GenericValue::equalsNumber(const Numeric& value) const {
   IValue* held = getIValue();
-  if (held->getIType() != number_type) return false;
+  if (held->getIType() != kNumberType) return false;
   // The library's own Number values are compared without a copy; a type
   // check by typeid costs less than a dynamic_cast.
   if (typeid(*held) == typeid(NumberValue)) {
@@ -644,7 +644,7 @@ bool GenericValue::equalsNumber(const Numeric& value) const {
 bool GenericValue::equals(bool value) const {
   IValue* held = getIValue();
   bool other = false;
-  return held->getIType() == boolean_type && held->getBoolean(other) && other == value;
+  return held->getIType() == kBooleanType && held->getBoolean(other) && other == value;
 }
 
 #define CORE_EQUALS_NUMBER(T)                                 \
@@ -668,20 +668,20 @@ bool GenericValue::equals(const Numeric& value) const { return equalsNumber(valu
 bool GenericValue::equals(const char16_t* value) const {
   IValue* held = getIValue();
   String text;
-  return held->getIType() == string_type && held->getString(text) &&
+  return held->getIType() == kStringType && held->getString(text) &&
          text == std::u16string_view(value == nullptr ? u"" : value);
 }
 
 bool GenericValue::equals(const String& value) const {
   IValue* held = getIValue();
   String text;
-  return held->getIType() == string_type && held->getString(text) && text == value;
+  return held->getIType() == kStringType && held->getString(text) && text == value;
 }
 
 bool GenericValue::equals(const Date& value) const {
   IValue* held = getIValue();
   Date date;
-  return held->getIType() == date_type && held->getDate(date) && date.ticks() == value.ticks();
+  return held->getIType() == kDateType && held->getDate(date) && date.ticks() == value.ticks();
 }
 
 bool GenericValue::equals(IValue* value) const { return equals0(value); }
@@ -697,7 +697,7 @@ IValue* adopt(InterfacePtr<IValue> value) noexcept { return value.detach(); }
 
 }  // namespace
 
-Value::Value() noexcept : value_(undefined_value) {}
+Value::Value() noexcept : value_(kUndefinedValue) {}
 Value::Value(bool value) : value_(create_boolean_value(value)) {}
 Value::Value(short value) : value_(adopt(create_numeric_value(value))) {}
 Value::Value(unsigned short value) : value_(adopt(create_numeric_value(value))) {}
@@ -713,7 +713,7 @@ Value::Value(const char16_t* value) : value_(adopt(create_string_value(value))) 
 Value::Value(const String& value) : value_(adopt(create_string_value(value))) {}
 Value::Value(const Date& value) : value_(adopt(create_date_value(value))) {}
 Value::Value(IUnknown* value) : value_(adopt(value_of(value))) {}
-Value::Value(IValue* value) noexcept : value_(value != nullptr ? value : undefined_value) {
+Value::Value(IValue* value) noexcept : value_(value != nullptr ? value : kUndefinedValue) {
   value_->acquire();
 }
 Value::Value(const GenericValue& value) noexcept : Value(value.getIValue()) {}
@@ -721,7 +721,7 @@ Value::Value(const Value& other) noexcept : GenericValue(other), value_(other.va
   value_->acquire();
 }
 Value::Value(Value&& other) noexcept
-    : GenericValue(other), value_(std::exchange(other.value_, undefined_value)) {}
+    : GenericValue(other), value_(std::exchange(other.value_, kUndefinedValue)) {}
 Value::~Value() { value_->release(); }
 
 Value& Value::operator=(const Value& other) noexcept {
@@ -731,7 +731,7 @@ Value& Value::operator=(const Value& other) noexcept {
 
 Value& Value::operator=(Value&& other) noexcept {
   if (this != &other) {
-    IValue* old = std::exchange(value_, std::exchange(other.value_, undefined_value));
+    IValue* old = std::exchange(value_, std::exchange(other.value_, kUndefinedValue));
     old->release();
   }
   return *this;
@@ -743,12 +743,12 @@ Value& Value::operator=(const GenericValue& other) noexcept {
 }
 
 void Value::setIValue(IValue* value) {
-  if (value == nullptr) value = undefined_value;
+  if (value == nullptr) value = kUndefinedValue;
   value->acquire();
   std::exchange(value_, value)->release();
 }
 
-IValue* Value::detachIValue() noexcept { return std::exchange(value_, undefined_value); }
+IValue* Value::detachIValue() noexcept { return std::exchange(value_, kUndefinedValue); }
 
 const Value& Value::undefined() noexcept {
   static const Value* const instance = new Value;
@@ -758,14 +758,14 @@ const Value& Value::undefined() noexcept {
 // ---------------------------------------------------------------------------
 // WeakValue.
 
-WeakValue::WeakValue(IValue* value) noexcept : value_(value != nullptr ? value : undefined_value) {}
+WeakValue::WeakValue(IValue* value) noexcept : value_(value != nullptr ? value : kUndefinedValue) {}
 
 WeakValue::~WeakValue() {
   if (owns_) value_->release();
 }
 
 void WeakValue::setIValue(IValue* value) {
-  if (value == nullptr) value = undefined_value;
+  if (value == nullptr) value = kUndefinedValue;
   value->acquire();
   IValue* old = std::exchange(value_, value);
   if (owns_) old->release();
