@@ -1,5 +1,18 @@
 include(CMakePackageConfigHelpers)
 
+# The installed libraries and the tool find their neighbours relative to
+# themselves, so an installed tree works wherever it lies and with an empty
+# environment: libcore.so finds librivet.so beside it even when a consumer's
+# link dropped its own reference to rivet (--as-needed).
+if(NOT APPLE AND NOT WIN32)
+  file(RELATIVE_PATH CORE_BIN_TO_LIB ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}
+       ${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(core rivet PROPERTIES INSTALL_RPATH "$ORIGIN")
+  if(CORE_BUILD_TOOLS)
+    set_target_properties(coretool PROPERTIES INSTALL_RPATH "$ORIGIN/${CORE_BIN_TO_LIB}")
+  endif()
+endif()
+
 install(TARGETS core rivet rivet_new
         EXPORT coreTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

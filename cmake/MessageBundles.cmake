@@ -2,7 +2,9 @@
 # data package ("basalt") and embeds it in the library as a byte array, so the
 # installed library finds its texts with no environment setup.
 #
-# Defines CORE_MESSAGE_DATA_SOURCE, the generated C++ source to compile in.
+# Defines CORE_MESSAGE_DATA_SOURCE, the generated C++ source to compile in,
+# and the target core_message_ids, whose OUTPUT_FILE property is the sorted
+# list of identifiers expanded from core/resources/message_families.txt.
 
 find_program(CORE_GENRB genrb HINTS ${ICU_GENRB_EXECUTABLE} REQUIRED)
 find_program(CORE_ICUPKG icupkg HINTS ${ICU_ICUPKG_EXECUTABLE} REQUIRED)
@@ -31,3 +33,14 @@ add_custom_command(
   WORKING_DIRECTORY ${CORE_MESSAGE_DIR}
   COMMENT "Compiling the message bundles"
   VERBATIM)
+
+set(CORE_MESSAGE_FAMILIES ${PROJECT_SOURCE_DIR}/core/resources/message_families.txt)
+add_custom_command(
+  OUTPUT ${CORE_MESSAGE_DIR}/message_ids.txt
+  COMMAND ${CMAKE_COMMAND} -DINPUT=${CORE_MESSAGE_FAMILIES}
+          -DOUTPUT=${CORE_MESSAGE_DIR}/message_ids.txt -P ${PROJECT_SOURCE_DIR}/cmake/MessageIds.cmake
+  DEPENDS ${CORE_MESSAGE_FAMILIES} ${PROJECT_SOURCE_DIR}/cmake/MessageIds.cmake
+  COMMENT "Listing the message identifiers"
+  VERBATIM)
+add_custom_target(core_message_ids ALL DEPENDS ${CORE_MESSAGE_DIR}/message_ids.txt)
+set_target_properties(core_message_ids PROPERTIES OUTPUT_FILE ${CORE_MESSAGE_DIR}/message_ids.txt)

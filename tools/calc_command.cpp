@@ -138,8 +138,34 @@ bool parse_int(std::string_view text, int& out) {
   return result.ec == std::errc() && result.ptr == text.data() + text.size();
 }
 
+// The result's brace-list forms, written by its stream members and read
+// back through them.
+void print_stream_forms(const core::Numeric& value) {
+  core::InterfacePtr<core::StringWriter> text(new core::StringWriter);
+  value.toStream(text.get());
+  std::printf("text form:   %s\n", text->str().toUtf8().c_str());
+
+  core::InterfacePtr<core::MemoryFile> file(new core::MemoryFile);
+  core::InterfacePtr<core::IListOutStream> out = core::create_binary_list_out_stream(file.get());
+  value.toBinary(out.get());
+  out->close();
+  std::printf("binary form:");
+  for (const unsigned char byte : file->bytes()) std::printf(" %02x", byte);
+  std::printf("\n");
+
+  file->seek(0);
+  core::Numeric from_binary;
+  from_binary.fromBinary(core::create_binary_list_in_stream(file.get()).get());
+  core::InterfacePtr<core::IReader> reader(new core::StringReader(text->str()));
+  core::Numeric from_text;
+  from_text.fromStream(reader.get());
+  std::printf("read back:   %s\n",
+              from_binary == value && from_text == value ? "equal" : "DIFFERENT");
+}
+
 int run(const Arguments& args) {
   const std::string_view* expression = nullptr;
+  bool stream_forms = false;
   bool round = false;
   int digits = 0;
   int mode = static_cast<int>(core::NumericRoundMode::HalfAwayFromZero);
@@ -155,6 +181,8 @@ int run(const Arguments& args) {
         mode = value;
       }
       ++i;
+    } else if (args[i] == "--stream") {
+      stream_forms = true;
     } else if (expression == nullptr) {
       expression = &args[i];
     } else {
@@ -168,6 +196,7 @@ int run(const Arguments& args) {
     std::string text;
     value.toString(text);
     std::printf("%s\n", text.c_str());
+    if (stream_forms) print_stream_forms(value);
     return 0;
   } catch (const SyntaxError& e) {
     std::fprintf(stderr, "coretool: calc: %s at position %zu\n", e.message.c_str(), e.position);
@@ -182,12 +211,13 @@ int run(const Arguments& args) {
 
 const Command kCalcCommand = {
     "calc",
-    "  calc \"EXPR\" [--round N] [--mode 0|1]\n"
+    "  calc \"EXPR\" [--round N] [--mode 0|1] [--stream]\n"
     "                  exact decimal arithmetic: + - * / %, parentheses and\n"
     "                  unary minus; prints the canonical text. --round N rounds\n"
     "                  the result to N places (negative: tens, hundreds, ...);\n"
     "                  --mode 0 rounds an exact half toward zero, 1 (default)\n"
-    "                  away from it\n",
+    "                  away from it; --stream adds the brace-list text and\n"
+    "                  binary forms of the result and reads them back\n",
     &run};
 
 }  // namespace coretool

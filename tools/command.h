@@ -35,6 +35,7 @@ extern const Command kFormatCommand;
 extern const Command kListCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
+extern const Command kParamsCommand;
 extern const Command kValueCommand;
 extern const Command kZonesCommand;
 

@@ -62,6 +62,9 @@ void print(const core::Date& date, core::WeekDay first) {
   std::printf("digits:    %s\n", date.toString().toUtf8().c_str());
   std::printf("iso:       %s\n", date.toXMLString().toUtf8().c_str());
   std::printf("ticks:     %llu\n", static_cast<unsigned long long>(date.ticks()));
+  core::InterfacePtr<core::StringWriter> list(new core::StringWriter);
+  date.toStream(list.get());
+  std::printf("list:      %s\n", list->str().toUtf8().c_str());
   std::printf("date:      year %d, month %d, day %d\n", year, month, day);
   std::printf("time:      %02d:%02d:%02d.%04u\n", hour, minute, second,
               static_cast<unsigned>(date.ticks() % core::Date::kTicksPerSecond));

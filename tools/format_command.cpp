@@ -1,4 +1,5 @@
-// coretool format VALUE "FORMAT" [--type number|date|boolean] [--lang en|ru]
+// coretool format VALUE "FORMAT" [--type number|date|boolean|string|null|undefined]
+//                [--lang en|ru]
 #include <cstdio>
 #include <string>
 
@@ -8,7 +9,7 @@
 namespace coretool {
 namespace {
 
-enum class Type { kGuess, kNumber, kDate, kBoolean };
+enum class Type { kGuess, kNumber, kDate, kBoolean, kString, kNull, kUndefined };
 
 int run(const Arguments& args) {
   if (args.size() < 2) return usage_error(kFormatCommand);
@@ -23,6 +24,12 @@ int run(const Arguments& args) {
         type = Type::kDate;
       else if (name == "boolean")
         type = Type::kBoolean;
+      else if (name == "string")
+        type = Type::kString;
+      else if (name == "null")
+        type = Type::kNull;
+      else if (name == "undefined")
+        type = Type::kUndefined;
       else
         return usage_error(kFormatCommand);
     } else if (args[i] == "--lang" && i + 1 < args.size()) {
@@ -50,21 +57,22 @@ int run(const Arguments& args) {
       core::Thread::setLocale(core::Locale(lang == "ru" ? u"ru_RU" : u"en_US"));
       core::Thread::setLanguage(lang == "ru" ? core::Language::Russian : core::Language::English);
     }
-    core::String text;
+    // Every kind goes through the universal value's format().
+    core::Value held;
     if (type == Type::kBoolean) {
       if (value != "true" && value != "false") {
         std::fprintf(stderr, "coretool: \"%s\" is not true or false\n", value.c_str());
         return 1;
       }
-      text = core::format(value == "true", format_string);
+      held = core::Value(value == "true");
     } else if (type == Type::kDate) {
       core::Date date;
       if (!date.fromString(value.c_str()) && !(value.find_first_not_of('0') == std::string::npos)) {
         std::fprintf(stderr, "coretool: \"%s\" is not a date YYYYMMDD[hhmm[ss]]\n", value.c_str());
         return 1;
       }
-      text = core::format(date, format_string);
-    } else {
+      held = core::Value(date);
+    } else if (type == Type::kNumber) {
       core::Numeric number;
       const char* end = nullptr;
       number.fromString(value.c_str(), &end);
@@ -72,8 +80,13 @@ int run(const Arguments& args) {
         std::fprintf(stderr, "coretool: \"%s\" is not a number\n", value.c_str());
         return 1;
       }
-      text = core::format(number, format_string);
+      held = core::Value(number);
+    } else if (type == Type::kString) {
+      held = core::Value(core::String::fromUtf8(value));
+    } else if (type == Type::kNull) {
+      held = core::Value(core::create_null_value());
     }
+    const core::String text = core::format(held, format_string);
     std::printf("%s\n", text.toUtf8().c_str());
     return 0;
   } catch (const core::Exception& e) {
@@ -86,10 +99,12 @@ int run(const Arguments& args) {
 
 const Command kFormatCommand = {
     "format",
-    "  format VALUE \"FORMAT\" [--type number|date|boolean] [--lang en|ru]\n"
+    "  format VALUE \"FORMAT\" [--type number|date|boolean|string|null|undefined]\n"
+    "         [--lang en|ru]\n"
     "                  VALUE (a number, a date YYYYMMDD[hhmm[ss]], true or false;\n"
     "                  the type is guessed unless given) as text under the\n"
-    "                  format string, in the locale of the language given\n",
+    "                  format string, in the locale of the language given; a\n"
+    "                  string, null or undefined gives its presentation\n",
     &run};
 
 }  // namespace coretool

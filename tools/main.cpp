@@ -9,9 +9,10 @@
 namespace coretool {
 namespace {
 
-const Command* const kCommands[] = {
-    &kCalcCommand, &kConvertCommand, &kDateCommand,    &kDetectCommand, &kFormatCommand,
-    &kListCommand, &kLocaleCommand,  &kMessageCommand, &kValueCommand,  &kZonesCommand};
+const Command* const kCommands[] = {&kCalcCommand,   &kConvertCommand, &kDateCommand,
+                                    &kDetectCommand, &kFormatCommand,  &kListCommand,
+                                    &kLocaleCommand, &kMessageCommand, &kParamsCommand,
+                                    &kValueCommand,  &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

@@ -1,4 +1,4 @@
-// coretool message ID [--locale NAME] | message --list
+// coretool message ID [--locale NAME] | message --list | message --count
 #include <cstdio>
 #include <string>
 
@@ -11,6 +11,10 @@ namespace {
 int run(const Arguments& args) {
   if (args.size() == 1 && args.front() == "--list") {
     for (const std::string& id : core::core_message_identifiers()) std::printf("%s\n", id.c_str());
+    return 0;
+  }
+  if (args.size() == 1 && args.front() == "--count") {
+    std::printf("%zu\n", core::core_message_identifiers().size());
     return 0;
   }
   if (args.size() != 1 && !(args.size() == 3 && args[1] == "--locale")) {
@@ -41,7 +45,8 @@ const Command kMessageCommand = {
     "  message ID [--locale NAME]\n"
     "                  the text of the message ID in the locale NAME (the\n"
     "                  process default when omitted)\n"
-    "  message --list  the identifiers of every message\n",
+    "  message --list  the identifiers of every message\n"
+    "  message --count the number of message identifiers\n",
     &run};
 
 }  // namespace coretool

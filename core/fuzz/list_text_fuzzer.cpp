@@ -9,10 +9,12 @@
 #include <string>
 #include <utility>
 
+#include "core/date.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
 #include "core/io.h"
 #include "core/list_stream.h"
+#include "core/numeric.h"
 
 namespace {
 
@@ -49,6 +51,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       in.skipAndSaveListContent(saved);
       in.getEndOfList();
     } catch (const core::ListStreamException&) {
+    }
+  }
+
+  // A number, then a date, read from the front of the text: each reads or
+  // throws, and a number that reads writes back and reads again as itself.
+  {
+    core::InterfacePtr<core::IReader> reader(new core::StringReader(core::String(units)));
+    core::Numeric number;
+    core::Date date;
+    try {
+      number.fromStream(reader.get());
+      core::InterfacePtr<core::StringWriter> writer(new core::StringWriter);
+      number.toStream(writer.get());
+      core::InterfacePtr<core::IReader> again(new core::StringReader(writer->str()));
+      core::Numeric read;
+      read.fromStream(again.get());
+      if (read != number) std::abort();
+      date.fromStream(reader.get());
+    } catch (const core::Exception&) {
+      // ListStreamException, or NumericException for digits beyond the range.
     }
   }
 

@@ -32,6 +32,11 @@ namespace core {
 // A signed span of time in the ticks of Date (100 microseconds).
 using DateSpan = std::int64_t;
 
+class IListInStream;
+class IListOutStream;
+class IReader;
+class IWriter;
+
 class CORE_EXPORT Date {
  public:
   static constexpr std::uint64_t kTicksPerSecond = 10'000;
@@ -146,6 +151,25 @@ class CORE_EXPORT Date {
   // null.
   bool fromString(const char16_t* text, const char16_t** end = nullptr) noexcept;
   bool fromString(const char* text, const char** end = nullptr) noexcept;
+
+  // The brace-list form of the date, a list holding its tick count:
+  // "{630822816000000}" for 2000-01-01 in the text encoding, an unsigned
+  // integer element in the binary one (core/list_stream.h; the same form as
+  // to_stream in core/persistence.h). toStream writes the text form to `writer` and
+  // flushes it; toBinary puts the list into `stream` and leaves it open.
+  // Failures of the writer or stream pass through unchanged. Throws
+  // `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT") for a null
+  // pointer.
+  void toStream(IWriter* writer) const;
+  void toBinary(IListOutStream* stream) const;
+  // Read that form back, replacing this. fromStream consumes `reader` up to
+  // and including the list's closing brace and no further. Throws
+  // `ListStreamException` ("IDS_LISTSTREAMERROR") for malformed input,
+  // including a count above kMaxTicks, and `IllegalArgumentException`
+  // ("IDS_ERR_ILLEGAL_ARGUMENT") for a null pointer; the date is unchanged
+  // then.
+  void fromStream(IReader* reader);
+  void fromBinary(IListInStream* stream);
 
   // The XML Schema dateTime form "YYYY-MM-DDThh:mm:ss", with no fraction and
   // no zone designator; an invalid count gives "0000-00-00T00:00:00".

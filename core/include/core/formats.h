@@ -1,5 +1,6 @@
 // Formats of numbers, dates and booleans, and format(): a value turned into
-// text under a parameter string (core/params.h) of format keys.
+// text under a parameter string (core/params.h) of format keys. format() of
+// a universal value picks the branch by the value's kind.
 //
 //   core::format(core::Numeric(1234.5), u"ND=10; NFD=2");         // u"1,234.50"
 //   core::format(core::Date(2024, 3, 1, 9, 5, 0), u"DF='dd.MM.yyyy HH:mm'");
@@ -63,6 +64,8 @@
 #include "core/string.h"
 
 namespace core {
+
+class GenericValue;
 
 // Numbers as text with the symbols and grouping of a locale.
 //
@@ -231,6 +234,16 @@ template <class B>
 requires std::same_as<B, bool> String format(B value, const String& format_string) {
   return detail::format_bool(value, format_string);
 }
+
+// A universal value (core/value.h) as text: a Number, Date or Boolean value
+// goes to the overload of its kind above, under the same keys and with the
+// same failures; every other kind (Undefined, Null, String, Type, objects)
+// gives its ordinary presentation in the thread's settings, the format
+// string unread: a String gives its text, Undefined and Null the empty
+// string.
+//   core::format(core::Value(12.5), u"NFD=2");     // u"12.50"
+//   core::format(core::Value(u"text"), u"NFD=2");  // u"text"
+CORE_EXPORT String format(const GenericValue& value, const String& format_string);
 
 // The format string rewritten with English keys, in the order of the key
 // table, each holding the value format() uses (quoted where needed), unknown

@@ -31,6 +31,11 @@
 
 namespace core {
 
+class IListInStream;
+class IListOutStream;
+class IReader;
+class IWriter;
+
 class CORE_EXPORT Numeric {
  public:
   // One limb: 0 to 999,999,999, nine decimal digits.
@@ -215,6 +220,25 @@ class CORE_EXPORT Numeric {
   // into `out` of `size` chars. Returns false when they do not fit; on false,
   // `out` holds an empty text (when size > 0).
   [[nodiscard]] bool digits(char* out, unsigned size) const;
+
+  // The brace-list form of the number, a list holding it: "{-12345.67}" in
+  // the text encoding, the list's bytes around a number element (kind 22) in
+  // the binary one (core/list_stream.h; the same form as to_stream in
+  // core/persistence.h). toStream writes the text form to `writer` and
+  // flushes it; toBinary puts the list into `stream`, whose encoding decides
+  // the bytes, and leaves it open. Failures of the writer or stream pass
+  // through unchanged. Throws `IllegalArgumentException`
+  // ("IDS_ERR_ILLEGAL_ARGUMENT") for a null pointer.
+  void toStream(IWriter* writer) const;
+  void toBinary(IListOutStream* stream) const;
+  // Read that form back, replacing this. fromStream consumes `reader` up to
+  // and including the list's closing brace and no further, so numbers written
+  // one after another read back one by one. Throws `ListStreamException`
+  // ("IDS_LISTSTREAMERROR") for malformed input and `IllegalArgumentException`
+  // ("IDS_ERR_ILLEGAL_ARGUMENT") for a null pointer; the number is unchanged
+  // then.
+  void fromStream(IReader* reader);
+  void fromBinary(IListInStream* stream);
 
   // The 32-bit checksum of the stored representation (fraction-limb count,
   // sign byte, limbs). Equal numbers give equal checksums. Only the low 32

@@ -30,18 +30,29 @@
 //
 // ParamsWriter builds text that both readers read back to the same pairs.
 //
+// ParametersMap is a table of named values (core/value.h) with the same case
+// rule, from which typed parameters are read:
+//
+//   core::ParametersMap map;
+//   map.setParameter(u"Count", core::Value(3));
+//   core::Value count;
+//   if (map.parameter(u"COUNT", count)) use(count);
+//
 // Thread safety: the classes are plain values; const members may be called
 // from several threads at once.
 #ifndef CORE_PARAMS_H_
 #define CORE_PARAMS_H_
 
 #include <cstddef>
+#include <map>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "core/export.h"
+#include "core/nocase.h"
 #include "core/string.h"
+#include "core/value.h"
 
 namespace core {
 
@@ -123,6 +134,41 @@ class CORE_EXPORT ParamsWriter {
 
  private:
   String text_;
+};
+
+// A table from name to value, ordered by name ignoring case (OrderNocase):
+// names that differ only in letter case are one name, which keeps the
+// spelling it was first stored with. Copies share the values (values are
+// immutable), not the table.
+class CORE_EXPORT ParametersMap {
+ public:
+  ParametersMap() = default;
+  // Every pair of `params`, each value as a String value.
+  explicit ParametersMap(const ParamsWString& params);
+  ParametersMap(const ParametersMap&) = default;
+  ParametersMap(ParametersMap&&) noexcept = default;
+  ParametersMap& operator=(const ParametersMap&) = default;
+  ParametersMap& operator=(ParametersMap&&) noexcept = default;
+  ~ParametersMap();
+
+  // Stores `value` under `name`, replacing the value of the same name in any
+  // letter case. Throws `IllegalArgumentException` ("IDS_ERR_ILLEGAL_ARGUMENT")
+  // when `name` is not a valid name (is_valid_name); the table is then
+  // unchanged.
+  void setParameter(std::u16string_view name, const GenericValue& value);
+  // True, with the stored value assigned to `out`, when `name` is present
+  // (case ignored); on false, `out` holds what it held before.
+  [[nodiscard]] bool parameter(std::u16string_view name, GenericValue& out) const;
+  // Removes `name` (case ignored); false when it was absent.
+  bool removeParameter(std::u16string_view name);
+
+  // Replaces `list` by all names, in the table's case-insensitive order.
+  void names(std::vector<String>& list) const;
+  std::size_t size() const noexcept { return params_.size(); }
+  bool empty() const noexcept { return params_.empty(); }
+
+ private:
+  std::map<String, Value, OrderNocase> params_;
 };
 
 // `value` as the grammar's value text: unchanged when it can stand unquoted,

@@ -185,6 +185,88 @@ void from_stream(ListInStream& in, Date& value) {
   value = Date(ticks);
 }
 
+namespace {
+
+// Hands the units of `reader` on one list at a time: it ends the input behind
+// the closing brace of the first list, so a text list stream reading ahead
+// takes nothing that belongs to what follows. Quoted strings, whose braces do
+// not count, follow the text encoding's rule (a doubled quote stays inside).
+class OneListReader final : public UnknownImpl<IReader> {
+ public:
+  explicit OneListReader(IReader* reader) : reader_(reader) {}
+
+  std::size_t read(char16_t* buffer, std::size_t count) override {
+    std::size_t done = 0;
+    while (done < count && !finished_) {
+      char16_t unit = 0;
+      if (reader_->read(&unit, 1) == 0) break;
+      buffer[done++] = unit;
+      if (unit == u'"') {
+        quoted_ = !quoted_;
+      } else if (!quoted_ && unit == u'{') {
+        ++depth_;
+      } else if (!quoted_ && unit == u'}') {
+        finished_ = --depth_ <= 0;
+      }
+    }
+    return done;
+  }
+
+ private:
+  IReader* reader_;
+  long depth_ = 0;
+  bool quoted_ = false;
+  bool finished_ = false;
+};
+
+template <class T>
+T* require(T* pointer) {
+  if (pointer == nullptr) throw IllegalArgumentException();
+  return pointer;
+}
+
+template <class T>
+void write_text_form(IWriter* writer, const T& value) {
+  ListOutStream out(require(writer));
+  to_stream(out, value);
+  out.close();
+}
+
+template <class T>
+void read_text_form(IReader* reader, T& value) {
+  InterfacePtr<IReader> one(new OneListReader(require(reader)));
+  ListInStream in(one.get());
+  T read;
+  from_stream(in, read);
+  value = std::move(read);
+}
+
+template <class T>
+void read_list_form(IListInStream* stream, T& value) {
+  ListInStream in(require(stream));
+  T read;
+  from_stream(in, read);
+  value = std::move(read);
+}
+
+}  // namespace
+
+void Numeric::toStream(IWriter* writer) const { write_text_form(writer, *this); }
+void Numeric::fromStream(IReader* reader) { read_text_form(reader, *this); }
+void Numeric::toBinary(IListOutStream* stream) const {
+  ListOutStream out(require(stream));
+  to_stream(out, *this);
+}
+void Numeric::fromBinary(IListInStream* stream) { read_list_form(stream, *this); }
+
+void Date::toStream(IWriter* writer) const { write_text_form(writer, *this); }
+void Date::fromStream(IReader* reader) { read_text_form(reader, *this); }
+void Date::toBinary(IListOutStream* stream) const {
+  ListOutStream out(require(stream));
+  to_stream(out, *this);
+}
+void Date::fromBinary(IListInStream* stream) { read_list_form(stream, *this); }
+
 void to_stream(ListOutStream& out, const GUID& value) {
   out.putBeginOfList();
   out.put(value);

@@ -247,4 +247,42 @@ void ParamsWriter::add(std::u16string_view name, std::u16string_view value) {
   text_.append(pair);
 }
 
+ParametersMap::ParametersMap(const ParamsWString& params) {
+  std::vector<String> list;
+  params.names(list);
+  for (const String& name : list) params_.emplace(name, Value(params.param(name)));
+}
+
+ParametersMap::~ParametersMap() = default;
+
+void ParametersMap::setParameter(std::u16string_view name, const GenericValue& value) {
+  if (!is_valid_name(name)) throw IllegalArgumentException(String(name));
+  const auto found = params_.find(name);
+  if (found != params_.end()) {
+    found->second = value;
+  } else {
+    params_.emplace(String(name), Value(value));
+  }
+}
+
+bool ParametersMap::parameter(std::u16string_view name, GenericValue& out) const {
+  const auto found = params_.find(name);
+  if (found == params_.end()) return false;
+  out.assign(found->second);
+  return true;
+}
+
+bool ParametersMap::removeParameter(std::u16string_view name) {
+  const auto found = params_.find(name);
+  if (found == params_.end()) return false;
+  params_.erase(found);
+  return true;
+}
+
+void ParametersMap::names(std::vector<String>& list) const {
+  list.clear();
+  list.reserve(params_.size());
+  for (const auto& [name, value] : params_) list.push_back(name);
+}
+
 }  // namespace core

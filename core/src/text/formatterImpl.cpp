@@ -21,6 +21,7 @@
 #include "core/nocase.h"
 #include "core/params.h"
 #include "core/thread.h"
+#include "core/value.h"
 #include "internal/chars.h"
 #include "internal/icu.h"
 
@@ -672,6 +673,31 @@ String format_bool(bool value, const String& format_string) {
 }
 
 }  // namespace detail
+
+String format(const GenericValue& value, const String& format_string) {
+  IValue* held = value.getIValue();
+  IType* type = held == nullptr ? nullptr : held->getIType();
+  switch (type == nullptr ? TypeCode::Undefined : type->getTypeCode()) {
+    case TypeCode::Number: {
+      Numeric number;
+      if (held->getNumeric(number)) return format(number, format_string);
+      break;
+    }
+    case TypeCode::Date: {
+      Date date;
+      if (held->getDate(date)) return format(date, format_string);
+      break;
+    }
+    case TypeCode::Boolean: {
+      bool flag = false;
+      if (held->getBoolean(flag)) return detail::format_bool(flag, format_string);
+      break;
+    }
+    default:
+      break;
+  }
+  return to_string(value);
+}
 
 String get_locale_name_from_format(const String& format_string) {
   const Pairs pairs = read_pairs(format_string);

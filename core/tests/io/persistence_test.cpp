@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <vector>
 
 #include "core/binary_data.h"
 #include "core/exception.h"
@@ -145,6 +146,83 @@ TEST(Persistence, NumericDateGuidAndZoneForms) {
   EXPECT_EQ(readDate, date);
   EXPECT_EQ(readGuid, guid);
   EXPECT_EQ(readZone.id(), zone.id());
+}
+
+// The stream members of Numeric and Date write the forms of to_stream and
+// read them back, in the text encoding through a writer and a reader and in
+// either encoding through a list stream.
+template <class T>
+void expect_member_round_trips(const std::vector<T>& values, const char16_t* expected_text) {
+  InterfacePtr<StringWriter> text(new StringWriter);
+  for (const T& value : values) value.toStream(text.get());
+  EXPECT_EQ(text->str(), String(expected_text));
+  // Each fromStream takes one list and leaves the rest to the next.
+  InterfacePtr<IReader> reader(new StringReader(text->str()));
+  for (const T& value : values) {
+    T read;
+    read.fromStream(reader.get());
+    EXPECT_EQ(read, value);
+  }
+  char16_t rest = 0;
+  EXPECT_EQ(reader->read(&rest, 1), 0u);
+
+  for (const bool binary : {false, true}) {
+    InterfacePtr<MemoryFile> file(new MemoryFile);
+    InterfacePtr<StringWriter> words(new StringWriter);
+    InterfacePtr<IListOutStream> out = binary ? create_binary_list_out_stream(file.get())
+                                              : create_text_list_out_stream(words.get());
+    for (const T& value : values) value.toBinary(out.get());
+    out->close();
+    file->seek(0);
+    InterfacePtr<IReader> words_in(new StringReader(words->str()));
+    InterfacePtr<IListInStream> in = binary ? create_binary_list_in_stream(file.get())
+                                            : create_text_list_in_stream(words_in.get());
+    for (const T& value : values) {
+      T read;
+      read.fromBinary(in.get());
+      EXPECT_EQ(read, value) << (binary ? "binary" : "text");
+    }
+    EXPECT_EQ(in->peek(), ListToken::End);
+  }
+}
+
+TEST(StreamMembers, NumericAndDateHaveStreamMembersThatRoundTrip) {
+  Numeric third(1);
+  third /= Numeric(3);
+  Numeric big;
+  big.fromString("-123456789012345678901234567890123456789.000000000000000000001");
+  expect_member_round_trips<Numeric>({Numeric(), Numeric(-5), third, big},
+                                     u"{0}{-5}{0.333333333333333333333333333}"
+                                     u"{-123456789012345678901234567890123456789."
+                                     u"000000000000000000001}");
+  expect_member_round_trips<Date>({Date(), Date(2000, 1, 1), Date(Date::kMaxTicks)},
+                                  u"{0}{630822816000000}{3155378975999999}");
+}
+
+TEST(StreamMembers, BadInputThrowsAndLeavesTheValueAlone) {
+  for (const char16_t* text : {u"", u"{", u"{1", u"1}", u"{x}", u"{1,2}", u"}{1}", u"{{1}}"}) {
+    SCOPED_TRACE(String(text).toUtf8());
+    Numeric number(7);
+    InterfacePtr<IReader> reader(new StringReader(String(text)));
+    EXPECT_THROW_IDS(number.fromStream(reader.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+    EXPECT_EQ(number, Numeric(7));
+  }
+  for (const char16_t* text : {u"{3155378976000000}", u"{-1}", u"{1.5}", u"{\"1\"}"}) {
+    SCOPED_TRACE(String(text).toUtf8());
+    Date date(2020, 2, 29);
+    InterfacePtr<IReader> reader(new StringReader(String(text)));
+    EXPECT_THROW_IDS(date.fromStream(reader.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+    EXPECT_EQ(date, Date(2020, 2, 29));
+  }
+  Numeric number(7);
+  Date date(2020, 2, 29);
+  EXPECT_THROW_IDS(number.toStream(nullptr), IllegalArgumentException, "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_THROW_IDS(number.fromStream(nullptr), IllegalArgumentException,
+                   "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_THROW_IDS(date.toBinary(nullptr), IllegalArgumentException, "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_THROW_IDS(date.fromBinary(nullptr), IllegalArgumentException, "IDS_ERR_ILLEGAL_ARGUMENT");
+  EXPECT_EQ(number, Numeric(7));
+  EXPECT_EQ(date, Date(2020, 2, 29));
 }
 
 TEST(Persistence, UnknownZoneIsAListStreamErrorWithItsCause) {

@@ -16,6 +16,7 @@
 #include "core/params.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "core/value.h"
 #include "test_util.h"
 
 namespace core {
@@ -61,26 +62,39 @@ TEST(Formats, TableDrivenCases) {
     // that canonical_format reads cannot drift from those format() applies.
     const String canonical = canonical_format(format_string);
     String text;
-    String canonical_text;
+    // The universal value of the row; a number, date or boolean row holds it
+    // to the typed overload's text as well.
+    Value universal;
     if (fields[0] == "number") {
       Numeric value;
       value.fromString(fields[2].c_str());
       text = format(value, format_string);
-      canonical_text = format(value, canonical);
+      universal = Value(value);
     } else if (fields[0] == "date") {
       Date value;
       if (fields[2] != "empty") {
         ASSERT_TRUE(value.fromString(fields[2].c_str()));
       }
       text = format(value, format_string);
-      canonical_text = format(value, canonical);
-    } else {
+      universal = Value(value);
+    } else if (fields[0] == "boolean") {
       ASSERT_TRUE(fields[2] == "true" || fields[2] == "false");
       text = format(fields[2] == "true", format_string);
-      canonical_text = format(fields[2] == "true", canonical);
+      universal = Value(fields[2] == "true");
+    } else if (fields[0] == "string") {
+      universal = Value(testing::unescape_data_line(fields[2]));
+      text = format(universal, format_string);
+    } else if (fields[0] == "null") {
+      universal = Value(create_null_value());
+      text = format(universal, format_string);
+    } else {
+      ASSERT_EQ(fields[0], "undefined");
+      text = format(universal, format_string);
     }
     EXPECT_EQ(text.toUtf8(), expected.toUtf8());
-    EXPECT_EQ(canonical_text.toUtf8(), expected.toUtf8()) << "canonical " << canonical.toUtf8();
+    EXPECT_EQ(format(universal, format_string).toUtf8(), expected.toUtf8()) << "as a value";
+    EXPECT_EQ(format(universal, canonical).toUtf8(), expected.toUtf8())
+        << "canonical " << canonical.toUtf8();
     ++cases;
   }
   EXPECT_GT(cases, 70);
@@ -94,6 +108,23 @@ TEST(Formats, BadLocaleThrowsOnlyForNumbers) {
   EXPECT_THROW_IDS(format(Numeric(1), u"Л=; L=ru_RU"), LocaleException, "IDS_BADLOCALENAME");
   EXPECT_EQ(format(Date(2024, 3, 1), u"L=zz_bad; DF=yyyy"), u"2024");
   EXPECT_EQ(format(false, u"L=zz_bad"), u"No");
+}
+
+TEST(Formats, FormatOfAUniversalValuePicksTheBranchOfItsKind) {
+  ThreadSettings restore;
+  Thread::setLocale(Locale(u"en_US"));
+  Thread::setLanguage(Language::English);
+  // The branches keep their failures: a bad locale throws for a Number only.
+  EXPECT_THROW_IDS(format(Value(1), u"L=zz_bad"), LocaleException, "IDS_BADLOCALENAME");
+  EXPECT_EQ(format(Value(Date(2024, 3, 1)), u"L=zz_bad; DF=yyyy"), u"2024");
+  EXPECT_EQ(format(Value(true), u"L=zz_bad"), u"Yes");
+  // A value held without a reference formats the same.
+  InterfacePtr<IValue> number = create_numeric_value(Numeric(0));
+  EXPECT_EQ(format(WeakValue(number.get()), u"NZ=zero"), u"zero");
+  // A Type value gives its presentation, whatever the keys say.
+  const Value type(create_type_value(Type(TypeCode::Number).getIType()->getCLSID()).get());
+  EXPECT_EQ(format(type, u"NFD=2; NZ=zero"), to_string(type));
+  EXPECT_FALSE(to_string(type).empty());
 }
 
 TEST(Formats, ThreadFormatsFollowTheLocaleUnlessSet) {

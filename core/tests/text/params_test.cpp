@@ -67,6 +67,20 @@ Pairs read_iter(const char16_t* text) {
   return pairs;
 }
 
+// The pairs of a ParametersMap, each value read back as text.
+Pairs read_map(const ParametersMap& map) {
+  std::vector<String> names;
+  map.names(names);
+  Pairs table;
+  for (const String& name : names) {
+    Value value;
+    String text;
+    if (!map.parameter(name, value) || !value.getString(text)) text = u"<missing>";
+    table.emplace_back(name, text);
+  }
+  return table;
+}
+
 std::string show(const Pairs& pairs) {
   std::string text;
   for (const auto& [name, value] : pairs) text += "[" + name.toUtf8() + "=" + value.toUtf8() + "]";
@@ -85,6 +99,7 @@ TEST(Params, TableDrivenCases) {
     // The zero-terminated constructor reads the same.
     EXPECT_EQ(show(read_table(ParamsWString(c.text.c_str()))), show(c.table));
     EXPECT_EQ(show(read_iter(c.text.c_str())), show(c.iter));
+    EXPECT_EQ(show(read_map(ParametersMap(params))), show(c.table));
   }
 }
 
@@ -150,6 +165,59 @@ TEST(Params, WriterRefusesWhatCannotBeReadBack) {
   EXPECT_THROW_IDS(writer.add(u"B", std::u16string_view(u"a\0b", 3)), IllegalArgumentException,
                    "IDS_ERR_ILLEGAL_ARGUMENT");
   EXPECT_EQ(writer.str(), u"A=1");
+}
+
+TEST(ParametersMap, NamesIgnoreCaseAndKeepTheirFirstSpelling) {
+  ParametersMap map;
+  map.setParameter(u"Count", Value(3));
+  map.setParameter(u"Имя", Value(u"x"));
+  map.setParameter(u"COUNT", Value(Numeric(4)));  // replaces the value, not the name
+  std::vector<String> names;
+  map.names(names);
+  EXPECT_EQ(names, (std::vector<String>{u"Count", u"Имя"}));
+
+  Value out(u"kept");
+  ASSERT_TRUE(map.parameter(u"count", out));
+  EXPECT_TRUE(out.equals(4));
+  ASSERT_TRUE(map.parameter(u"ИМЯ", out));
+  EXPECT_TRUE(out.equals(u"x"));
+  out = Value(u"kept");
+  EXPECT_FALSE(map.parameter(u"Missing", out));
+  EXPECT_TRUE(out.equals(u"kept"));
+
+  EXPECT_TRUE(map.removeParameter(u"имя"));
+  EXPECT_FALSE(map.removeParameter(u"имя"));
+  EXPECT_EQ(map.size(), 1u);
+}
+
+TEST(ParametersMap, InvalidNamesAreRefusedAndLeaveTheTableAlone) {
+  ParametersMap map;
+  map.setParameter(u"_a1", Value(1));
+  for (std::u16string_view bad : {std::u16string_view(u""), std::u16string_view(u"2x"),
+                                  std::u16string_view(u"a b"), std::u16string_view(u"a;")}) {
+    EXPECT_THROW_IDS(map.setParameter(bad, Value(2)), IllegalArgumentException,
+                     "IDS_ERR_ILLEGAL_ARGUMENT");
+  }
+  EXPECT_EQ(map.size(), 1u);
+}
+
+TEST(ParametersMap, CopiesAreIndependentAndMovesKeepTheValues) {
+  ParametersMap original;
+  original.setParameter(u"A", Value(1));
+  ParametersMap copy = original;
+  copy.setParameter(u"a", Value(2));
+  copy.setParameter(u"B", Value(true));
+  Value out;
+  ASSERT_TRUE(original.parameter(u"A", out));
+  EXPECT_TRUE(out.equals(1));
+  EXPECT_EQ(original.size(), 1u);
+
+  ParametersMap moved = std::move(copy);
+  EXPECT_EQ(moved.size(), 2u);
+  ASSERT_TRUE(moved.parameter(u"A", out));
+  EXPECT_TRUE(out.equals(2));
+  original = std::move(moved);
+  EXPECT_EQ(original.size(), 2u);
 }
 
 }  // namespace
