@@ -198,17 +198,66 @@ enum Kind : std::uint8_t {
 };
 
 // ---------------------------------------------------------------------------
-// The text encoding, writing side.
+// What the two writing sides share: the target (a writer of text or a file
+// of bytes), the buffer in front of it, flushing and closing. An encoding
+// appends to buffer_ and calls spill() after each value.
 
-class TextListOut final : public UnknownImpl<IListOutStream> {
+template <class Target, class Buffer, std::size_t kCapacity>
+class BufferedListOut : public UnknownImpl<IListOutStream> {
  public:
-  explicit TextListOut(IWriter* writer) : writer_(writer) { buffer_.reserve(kBufferSize + 64); }
-  ~TextListOut() override {
+  void flush() final {
+    open();
+    spill(true);
+    target_->flush();
+  }
+  void close() final {
+    if (!target_) return;
+    finish();
+    spill(true);
+    target_->flush();
+    target_.reset();
+  }
+
+ protected:
+  // Units or bytes gathered before they go to the target.
+  static constexpr std::size_t kBufferSize = kCapacity;
+
+  explicit BufferedListOut(Target* target) : target_(target) { buffer_.reserve(kBufferSize + 64); }
+  ~BufferedListOut() override = default;
+
+  // For the destructor of the encoding, which still has its part of the
+  // object to finish with.
+  void closeQuietly() noexcept {
     try {
       close();
     } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
     }
   }
+  // Puts into buffer_ what the encoding still holds back; close() calls it
+  // once, before the last spill.
+  virtual void finish() {}
+
+  void open() const {
+    if (!target_) throw_list_stream_error();
+  }
+  void spill(bool all = false) {
+    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
+      target_->write(buffer_.data(), buffer_.size());
+      buffer_.clear();
+    }
+  }
+
+  InterfacePtr<Target> target_;
+  Buffer buffer_;
+};
+
+// ---------------------------------------------------------------------------
+// The text encoding, writing side.
+
+class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> {
+ public:
+  explicit TextListOut(IWriter* writer) : BufferedListOut(writer) {}
+  ~TextListOut() override { closeQuietly(); }
 
   void putBeginOfList() override {
     open();
@@ -313,24 +362,8 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
     buffer_.append(text.data(), text.size());
     endValue();
   }
-  void flush() override {
-    open();
-    spill(true);
-    writer_->flush();
-  }
-  void close() override {
-    if (!writer_) return;
-    spill(true);
-    writer_->flush();
-    writer_.reset();
-  }
 
  private:
-  static constexpr std::size_t kBufferSize = 8192;
-
-  void open() const {
-    if (!writer_) throw_list_stream_error();
-  }
   void comma() {
     if (needComma_) {
       buffer_.push_back(u',');
@@ -356,15 +389,7 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
     } while (value != 0);
     while (n > 0) buffer_.push_back(digits[--n]);
   }
-  void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      writer_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
-    }
-  }
 
-  InterfacePtr<IWriter> writer_;
-  std::u16string buffer_;
   bool needComma_ = false;
   bool afterEnd_ = false;
   bool atStart_ = true;
@@ -641,15 +666,10 @@ class TextListIn final : public UnknownImpl<IListInStream> {
 // ---------------------------------------------------------------------------
 // The binary encoding, writing side.
 
-class BinaryListOut final : public UnknownImpl<IListOutStream> {
+class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
  public:
-  explicit BinaryListOut(IFile* file) : file_(file) { buffer_.reserve(kBufferSize + 64); }
-  ~BinaryListOut() override {
-    try {
-      close();
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
-    }
-  }
+  explicit BinaryListOut(IFile* file) : BufferedListOut(file) {}
+  ~BinaryListOut() override { closeQuietly(); }
 
   void putBeginOfList() override {
     open();
@@ -758,7 +778,7 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
     }
     spill(true);
     if (count >= kBufferSize) {
-      file_->write(data, count);
+      target_->write(data, count);
     } else {
       buffer_.append(static_cast<const char*>(data), count);
     }
@@ -777,24 +797,10 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
     buffer_.append(text);
     spill();
   }
-  void flush() override {
-    open();
-    spill(true);
-    file_->flush();
-  }
-  void close() override {
-    if (!file_) return;
-    if (pending_ != 0) emitPending();
-    spill(true);
-    file_->flush();
-    file_.reset();
-  }
 
  private:
-  static constexpr std::size_t kBufferSize = 16384;
-
-  void open() const {
-    if (!file_) throw_list_stream_error();
+  void finish() override {
+    if (pending_ != 0) emitPending();
   }
   void comma() {
     if (!needComma_) return;
@@ -818,15 +824,7 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
   void little(std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
   }
-  void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      file_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
-    }
-  }
 
-  InterfacePtr<IFile> file_;
-  std::string buffer_;
   std::uint8_t pending_ = 0;
   bool needComma_ = false;
   std::size_t depth_ = 0;
