@@ -749,16 +749,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     spill();
   }
   void putString(const char16_t* text, std::size_t count) override {
-    if (count < 0x100) {
-      token(kString8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(kString16);
-      little(count, 2);
-    } else {
-      token(kString64);
-      little(count, 8);
-    }
+    countedToken(kString8, count);
     for (std::size_t i = 0; i < count; ++i) {
       little(text[i], 2);
       if (buffer_.size() >= kBufferSize) spill();
@@ -766,16 +757,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     spill();
   }
   void putBytes(const void* data, std::size_t count) override {
-    if (count < 0x100) {
-      token(kBytes8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(kBytes16);
-      little(count, 2);
-    } else {
-      token(kBytes64);
-      little(count, 8);
-    }
+    countedToken(kBytes8, count);
     spill(true);
     if (count >= kBufferSize) {
       target_->write(data, count);
@@ -823,6 +805,20 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
   }
   void little(std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  }
+  // The token of a counted payload in the smallest of its three kinds
+  // (`kind8`: a one-byte count, then two and eight bytes), and the count.
+  void countedToken(std::uint8_t kind8, std::uint64_t count) {
+    if (count < 0x100) {
+      token(kind8);
+      little(count, 1);
+    } else if (count <= 0xFFFF) {
+      token(static_cast<std::uint8_t>(kind8 + 1));
+      little(count, 2);
+    } else {
+      token(static_cast<std::uint8_t>(kind8 + 2));
+      little(count, 8);
+    }
   }
 
   std::uint8_t pending_ = 0;
@@ -908,17 +904,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     return value;
   }
   void getString(String& out) override {
-    const std::uint8_t kind = takeKind();
-    std::uint64_t count;
-    if (kind == kString8) {
-      count = little(1);
-    } else if (kind == kString16) {
-      count = little(2);
-    } else if (kind == kString64) {
-      count = little(8);
-    } else {
-      throw_list_stream_error();
-    }
+    const std::uint64_t count = payloadCount(takeKind(), kString8);
     if (count > remaining() / 2) throw_list_stream_error();
     String text;
     char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
@@ -930,17 +916,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     out = std::move(text);
   }
   void getBytes(std::string& out) override {
-    const std::uint8_t kind = takeKind();
-    std::uint64_t count;
-    if (kind == kBytes8) {
-      count = little(1);
-    } else if (kind == kBytes16) {
-      count = little(2);
-    } else if (kind == kBytes64) {
-      count = little(8);
-    } else {
-      throw_list_stream_error();
-    }
+    const std::uint64_t count = payloadCount(takeKind(), kBytes8);
     if (count > remaining()) throw_list_stream_error();
     out.resize(static_cast<std::size_t>(count));
     bytes(out.data(), out.size());
@@ -1037,6 +1013,14 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     std::uint64_t value = 0;
     for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
     return value;
+  }
+  // The count of a payload of `kind`, one of the three kinds from `kind8`
+  // (see BinaryListOut::countedToken); any other kind is malformed here.
+  std::uint64_t payloadCount(std::uint8_t kind, std::uint8_t kind8) {
+    if (kind == kind8) return little(1);
+    if (kind == kind8 + 1) return little(2);
+    if (kind == kind8 + 2) return little(8);
+    throw_list_stream_error();
   }
   float floatPayload() {
     const auto bits = static_cast<std::uint32_t>(little(4));
