@@ -143,10 +143,18 @@ inline char* encode_utf8(char32_t code, char* out) noexcept {
 // The UTF-8 length of `text`, unpaired surrogates counted as U+FFFD.
 inline std::size_t utf8_length(std::u16string_view text) noexcept {
   std::size_t bytes = 0;
-  for (std::size_t i = 0; i < text.size();) {
-    const CodePointStep step = decode_utf16_step(text.data() + i, text.size() - i);
-    bytes += utf8_length(step.code);
-    i += step.used;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if (unit < 0x80) {
+      bytes += 1;
+    } else if (unit < 0x800) {
+      bytes += 2;
+    } else if (is_lead_surrogate(unit) && i + 1 < text.size() && is_trail_surrogate(text[i + 1])) {
+      bytes += 4;
+      ++i;
+    } else {
+      bytes += 3;  // an unpaired surrogate too, as U+FFFD
+    }
   }
   return bytes;
 }
@@ -155,6 +163,10 @@ inline std::size_t utf8_length(std::u16string_view text) noexcept {
 // REQUIRES: room for utf8_length(text) bytes.
 inline char* encode_utf8(std::u16string_view text, char* out) noexcept {
   for (std::size_t i = 0; i < text.size();) {
+    if (text[i] < 0x80) {
+      *out++ = static_cast<char>(text[i++]);
+      continue;
+    }
     const CodePointStep step = decode_utf16_step(text.data() + i, text.size() - i);
     out = encode_utf8(step.code, out);
     i += step.used;

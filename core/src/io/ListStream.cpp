@@ -199,17 +199,66 @@ enum Kind : std::uint8_t {
 };
 
 // ---------------------------------------------------------------------------
-// The text encoding, writing side.
+// What the two writing sides share: the target (a writer of text or a file
+// of bytes), the buffer in front of it, flushing and closing. An encoding
+// appends to buffer_ and calls spill() after each value.
 
-class TextListOut final : public UnknownImpl<IListOutStream> {
+template <class Target, class Buffer, std::size_t kCapacity>
+class BufferedListOut : public UnknownImpl<IListOutStream> {
  public:
-  explicit TextListOut(IWriter* writer) : writer_(writer) { buffer_.reserve(kBufferSize + 64); }
-  ~TextListOut() override {
+  void flush() final {
+    open();
+    spill(true);
+    target_->flush();
+  }
+  void close() final {
+    if (!target_) return;
+    finish();
+    spill(true);
+    target_->flush();
+    target_.reset();
+  }
+
+ protected:
+  // Units or bytes gathered before they go to the target.
+  static constexpr std::size_t kBufferSize = kCapacity;
+
+  explicit BufferedListOut(Target* target) : target_(target) { buffer_.reserve(kBufferSize + 64); }
+  ~BufferedListOut() override = default;
+
+  // For the destructor of the encoding, which still has its part of the
+  // object to finish with.
+  void closeQuietly() noexcept {
     try {
       close();
     } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
     }
   }
+  // Puts into buffer_ what the encoding still holds back; close() calls it
+  // once, before the last spill.
+  virtual void finish() {}
+
+  void open() const {
+    if (!target_) throw_list_stream_error();
+  }
+  void spill(bool all = false) {
+    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
+      target_->write(buffer_.data(), buffer_.size());
+      buffer_.clear();
+    }
+  }
+
+  InterfacePtr<Target> target_;
+  Buffer buffer_;
+};
+
+// ---------------------------------------------------------------------------
+// The text encoding, writing side.
+
+class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> {
+ public:
+  explicit TextListOut(IWriter* writer) : BufferedListOut(writer) {}
+  ~TextListOut() override { closeQuietly(); }
 
   void putBeginOfList() override {
     open();
@@ -314,24 +363,8 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
     buffer_.append(text.data(), text.size());
     endValue();
   }
-  void flush() override {
-    open();
-    spill(true);
-    writer_->flush();
-  }
-  void close() override {
-    if (!writer_) return;
-    spill(true);
-    writer_->flush();
-    writer_.reset();
-  }
 
  private:
-  static constexpr std::size_t kBufferSize = 8192;
-
-  void open() const {
-    if (!writer_) throw_list_stream_error();
-  }
   void comma() {
     if (needComma_) {
       buffer_.push_back(u',');
@@ -357,15 +390,7 @@ class TextListOut final : public UnknownImpl<IListOutStream> {
     } while (value != 0);
     while (n > 0) buffer_.push_back(digits[--n]);
   }
-  void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      writer_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
-    }
-  }
 
-  InterfacePtr<IWriter> writer_;
-  std::u16string buffer_;
   bool needComma_ = false;
   bool afterEnd_ = false;
   bool atStart_ = true;
@@ -642,15 +667,10 @@ class TextListIn final : public UnknownImpl<IListInStream> {
 // ---------------------------------------------------------------------------
 // The binary encoding, writing side.
 
-class BinaryListOut final : public UnknownImpl<IListOutStream> {
+class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
  public:
-  explicit BinaryListOut(IFile* file) : file_(file) { buffer_.reserve(kBufferSize + 64); }
-  ~BinaryListOut() override {
-    try {
-      close();
-    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
-    }
-  }
+  explicit BinaryListOut(IFile* file) : BufferedListOut(file) {}
+  ~BinaryListOut() override { closeQuietly(); }
 
   void putBeginOfList() override {
     open();
@@ -730,16 +750,7 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
     spill();
   }
   void putString(const char16_t* text, std::size_t count) override {
-    if (count < 0x100) {
-      token(kString8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(kString16);
-      little(count, 2);
-    } else {
-      token(kString64);
-      little(count, 8);
-    }
+    countedToken(kString8, count);
     for (std::size_t i = 0; i < count; ++i) {
       little(text[i], 2);
       if (buffer_.size() >= kBufferSize) spill();
@@ -747,19 +758,10 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
     spill();
   }
   void putBytes(const void* data, std::size_t count) override {
-    if (count < 0x100) {
-      token(kBytes8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(kBytes16);
-      little(count, 2);
-    } else {
-      token(kBytes64);
-      little(count, 8);
-    }
+    countedToken(kBytes8, count);
     spill(true);
     if (count >= kBufferSize) {
-      file_->write(data, count);
+      target_->write(data, count);
     } else {
       buffer_.append(static_cast<const char*>(data), count);
     }
@@ -778,24 +780,10 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
     buffer_.append(text);
     spill();
   }
-  void flush() override {
-    open();
-    spill(true);
-    file_->flush();
-  }
-  void close() override {
-    if (!file_) return;
-    if (pending_ != 0) emitPending();
-    spill(true);
-    file_->flush();
-    file_.reset();
-  }
 
  private:
-  static constexpr std::size_t kBufferSize = 16384;
-
-  void open() const {
-    if (!file_) throw_list_stream_error();
+  void finish() override {
+    if (pending_ != 0) emitPending();
   }
   void comma() {
     if (!needComma_) return;
@@ -819,15 +807,21 @@ class BinaryListOut final : public UnknownImpl<IListOutStream> {
   void little(std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
   }
-  void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      file_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
+  // The token of a counted payload in the smallest of its three kinds
+  // (`kind8`: a one-byte count, then two and eight bytes), and the count.
+  void countedToken(std::uint8_t kind8, std::uint64_t count) {
+    if (count < 0x100) {
+      token(kind8);
+      little(count, 1);
+    } else if (count <= 0xFFFF) {
+      token(static_cast<std::uint8_t>(kind8 + 1));
+      little(count, 2);
+    } else {
+      token(static_cast<std::uint8_t>(kind8 + 2));
+      little(count, 8);
     }
   }
 
-  InterfacePtr<IFile> file_;
-  std::string buffer_;
   std::uint8_t pending_ = 0;
   bool needComma_ = false;
   std::size_t depth_ = 0;
@@ -911,17 +905,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     return value;
   }
   void getString(String& out) override {
-    const std::uint8_t kind = takeKind();
-    std::uint64_t count;
-    if (kind == kString8) {
-      count = little(1);
-    } else if (kind == kString16) {
-      count = little(2);
-    } else if (kind == kString64) {
-      count = little(8);
-    } else {
-      throw_list_stream_error();
-    }
+    const std::uint64_t count = payloadCount(takeKind(), kString8);
     if (count > remaining() / 2) throw_list_stream_error();
     String text;
     char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
@@ -933,17 +917,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     out = std::move(text);
   }
   void getBytes(std::string& out) override {
-    const std::uint8_t kind = takeKind();
-    std::uint64_t count;
-    if (kind == kBytes8) {
-      count = little(1);
-    } else if (kind == kBytes16) {
-      count = little(2);
-    } else if (kind == kBytes64) {
-      count = little(8);
-    } else {
-      throw_list_stream_error();
-    }
+    const std::uint64_t count = payloadCount(takeKind(), kBytes8);
     if (count > remaining()) throw_list_stream_error();
     out.resize(static_cast<std::size_t>(count));
     bytes(out.data(), out.size());
@@ -1040,6 +1014,14 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     std::uint64_t value = 0;
     for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
     return value;
+  }
+  // The count of a payload of `kind`, one of the three kinds from `kind8`
+  // (see BinaryListOut::countedToken); any other kind is malformed here.
+  std::uint64_t payloadCount(std::uint8_t kind, std::uint8_t kind8) {
+    if (kind == kind8) return little(1);
+    if (kind == kind8 + 1) return little(2);
+    if (kind == kind8 + 2) return little(8);
+    throw_list_stream_error();
   }
   float floatPayload() {
     const auto bits = static_cast<std::uint32_t>(little(4));

@@ -459,26 +459,46 @@ TEST(ListStream, BinaryTokenBytes) {
   }
 }
 
+// Each side of the limits of the one-, two- and eight-byte counts, for byte
+// blocks and strings alike; the length written must be read back.
 TEST(ListStream, BinaryLengthPrefixes) {
-  const std::string big(300, 'x');
-  std::u16string text(256, u'y');
-  InterfacePtr<MemoryFile> file(new MemoryFile);
-  ListOutStream out(file.get());
-  out.put(big);
-  out.put(String(text));
-  out.close();
-  const std::string& bytes = file->bytes();
-  ASSERT_EQ(bytes.size(), 3 + 300 + 3 + 512u);
-  EXPECT_EQ(static_cast<unsigned char>(bytes[0]), 27);  // bytes, 2-byte length
-  EXPECT_EQ(static_cast<unsigned char>(bytes[303]), 0x80 | 24);
-  file->seek(0);
-  ListInStream in(file.get());
-  std::string readBytes;
-  String readText;
-  in.get(readBytes);
-  in.get(readText);
-  EXPECT_EQ(readBytes, big);
-  EXPECT_EQ(std::u16string_view(readText), text);
+  const struct {
+    bool text;
+    std::size_t count;
+    unsigned kind;
+    std::size_t count_bytes;
+  } kCases[] = {
+      {false, 0, 26, 1},     {false, 255, 26, 1},  {false, 256, 27, 2}, {false, 65535, 27, 2},
+      {false, 65536, 28, 8}, {true, 0, 23, 1},     {true, 255, 23, 1},  {true, 256, 24, 2},
+      {true, 65535, 24, 2},  {true, 65536, 25, 8},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(std::to_string(c.count) + (c.text ? " units" : " bytes"));
+    const std::string block(c.count, 'x');
+    const std::u16string text(c.count, u'y');
+    InterfacePtr<MemoryFile> file(new MemoryFile);
+    ListOutStream out(file.get());
+    if (c.text) {
+      out.put(String(text));
+    } else {
+      out.put(block);
+    }
+    out.close();
+    const std::string& bytes = file->bytes();
+    ASSERT_EQ(bytes.size(), 1 + c.count_bytes + c.count * (c.text ? 2 : 1));
+    EXPECT_EQ(static_cast<unsigned char>(bytes[0]), c.kind);
+    file->seek(0);
+    ListInStream in(file.get());
+    if (c.text) {
+      String read;
+      in.get(read);
+      EXPECT_EQ(std::u16string_view(read), text);
+    } else {
+      std::string read;
+      in.get(read);
+      EXPECT_EQ(read, block);
+    }
+  }
 }
 
 // A document that uses every kind, for the corruption tests.
