@@ -263,10 +263,10 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
   void putBeginOfList() override {
     open();
     comma();
-    afterEnd_ = false;
-    if (!atStart_) buffer_.push_back(u'\n');
+    after_end_ = false;
+    if (!at_start_) buffer_.push_back(u'\n');
     buffer_.push_back(u'{');
-    atStart_ = false;
+    at_start_ = false;
     ++depth_;
     spill();
   }
@@ -274,11 +274,11 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     open();
     if (depth_ == 0) throw_list_stream_error();
     --depth_;
-    if (afterEnd_) buffer_.push_back(u'\n');
+    if (after_end_) buffer_.push_back(u'\n');
     buffer_.push_back(u'}');
-    needComma_ = true;
-    afterEnd_ = true;
-    atStart_ = false;
+    need_comma_ = true;
+    after_end_ = true;
+    at_start_ = false;
     spill();
   }
   void putSigned(std::int64_t value) override {
@@ -366,9 +366,9 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
 
  private:
   void comma() {
-    if (needComma_) {
+    if (need_comma_) {
       buffer_.push_back(u',');
-      needComma_ = false;
+      need_comma_ = false;
     }
   }
   void beginValue() {
@@ -376,9 +376,9 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     comma();
   }
   void endValue() {
-    needComma_ = true;
-    afterEnd_ = false;
-    atStart_ = false;
+    need_comma_ = true;
+    after_end_ = false;
+    at_start_ = false;
     spill();
   }
   void appendDecimal(std::uint64_t value) {
@@ -391,9 +391,9 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     while (n > 0) buffer_.push_back(digits[--n]);
   }
 
-  bool needComma_ = false;
-  bool afterEnd_ = false;
-  bool atStart_ = true;
+  bool need_comma_ = false;
+  bool after_end_ = false;
+  bool at_start_ = true;
   std::size_t depth_ = 0;
 };
 
@@ -410,22 +410,22 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     if (peekChar() != u'{') throw_list_stream_error();
     advance();
     ++depth_;
-    elementRead_ = false;
-    afterComma_ = false;
+    element_read_ = false;
+    after_comma_ = false;
   }
   void getEndOfList() override {
     skipSpace();
-    if (peekChar() != u'}' || depth_ == 0 || afterComma_) throw_list_stream_error();
+    if (peekChar() != u'}' || depth_ == 0 || after_comma_) throw_list_stream_error();
     advance();
     --depth_;
-    elementRead_ = true;
+    element_read_ = true;
   }
   bool getComma() override {
     skipSpace();
     if (peekChar() != u',') return false;
     advance();
-    elementRead_ = false;
-    afterComma_ = true;
+    element_read_ = false;
+    after_comma_ = true;
     return true;
   }
   ListToken peek() override {
@@ -524,11 +524,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   // The comma between this element and the previous one.
   void takeComma() {
-    if (!elementRead_) return;
+    if (!element_read_) return;
     skipSpace();
     if (peekChar() != u',') throw_list_stream_error();
     advance();
-    elementRead_ = false;
+    element_read_ = false;
   }
   // Reads one element into word_; true when it was a quoted string.
   bool readElement() {
@@ -537,8 +537,8 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     word_.clear();
     int c = peekChar();
     if (c == kEnd) throw_list_stream_error();
-    elementRead_ = true;
-    afterComma_ = false;
+    element_read_ = true;
+    after_comma_ = false;
     if (c == u'"') {
       advance();
       for (;;) {
@@ -604,16 +604,16 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   void skip() {
     std::size_t nested = 0;
-    bool expectElement = !elementRead_;
-    bool comma = afterComma_;
+    bool expect_element = !element_read_;
+    bool comma = after_comma_;
     for (;;) {
       skipSpace();
       const int c = peekChar();
       if (c == kEnd) throw_list_stream_error();
-      if (!expectElement) {
+      if (!expect_element) {
         if (c == u',') {
           advance();
-          expectElement = true;
+          expect_element = true;
           comma = true;
           continue;
         }
@@ -628,15 +628,15 @@ class TextListIn final : public UnknownImpl<IListInStream> {
         if (nested == 0) break;
         advance();
         --nested;
-        expectElement = false;
+        expect_element = false;
         continue;
       }
       comma = false;
-      expectElement = false;
+      expect_element = false;
       if (c == u'{') {
         advance();
         ++nested;
-        expectElement = true;
+        expect_element = true;
       } else if (c == u'"') {
         skipQuoted();
       } else {
@@ -647,8 +647,8 @@ class TextListIn final : public UnknownImpl<IListInStream> {
         }
       }
     }
-    elementRead_ = true;
-    afterComma_ = false;
+    element_read_ = true;
+    after_comma_ = false;
   }
 
   InterfacePtr<IReader> reader_;
@@ -657,8 +657,8 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   std::size_t size_ = 0;
   std::uint64_t consumed_ = 0;
   bool eof_ = false;
-  bool elementRead_ = false;
-  bool afterComma_ = false;
+  bool element_read_ = false;
+  bool after_comma_ = false;
   std::size_t depth_ = 0;
   std::u16string word_;
   String* saved_ = nullptr;
@@ -677,7 +677,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     comma();
     if ((pending_ & (kBeginFlag | kKindMask)) != 0) emitPending();
     pending_ |= kBeginFlag;
-    needComma_ = false;
+    need_comma_ = false;
     ++depth_;
   }
   void putEndOfList() override {
@@ -686,7 +686,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     --depth_;
     if (pending_ != 0) emitPending();
     pending_ = kEndFlag;
-    needComma_ = true;
+    need_comma_ = true;
   }
   void putSigned(std::int64_t value) override {
     if (value >= 0) {
@@ -786,10 +786,10 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     if (pending_ != 0) emitPending();
   }
   void comma() {
-    if (!needComma_) return;
+    if (!need_comma_) return;
     if (pending_ != 0 && pending_ != kEndFlag) emitPending();
     pending_ |= kCommaFlag;
-    needComma_ = false;
+    need_comma_ = false;
   }
   void emitPending() {
     buffer_.push_back(static_cast<char>(pending_));
@@ -802,7 +802,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     if ((pending_ & kKindMask) != 0) emitPending();
     buffer_.push_back(static_cast<char>(pending_ | kind));
     pending_ = 0;
-    needComma_ = true;
+    need_comma_ = true;
   }
   void little(std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
@@ -823,7 +823,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
   }
 
   std::uint8_t pending_ = 0;
-  bool needComma_ = false;
+  bool need_comma_ = false;
   std::size_t depth_ = 0;
 };
 
@@ -841,21 +841,21 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if ((token_ & kBeginFlag) == 0) throw_list_stream_error();
     clear(kBeginFlag);
     ++depth_;
-    elementRead_ = false;
-    afterComma_ = false;
+    element_read_ = false;
+    after_comma_ = false;
   }
   void getEndOfList() override {
-    if (!loadToken() || (token_ & kEndFlag) == 0 || depth_ == 0 || afterComma_)
+    if (!loadToken() || (token_ & kEndFlag) == 0 || depth_ == 0 || after_comma_)
       throw_list_stream_error();
     clear(kEndFlag);
     --depth_;
-    elementRead_ = true;
+    element_read_ = true;
   }
   bool getComma() override {
     if (!loadToken() || (token_ & kEndFlag) != 0 || (token_ & kCommaFlag) == 0) return false;
     clear(kCommaFlag);
-    elementRead_ = false;
-    afterComma_ = true;
+    element_read_ = false;
+    after_comma_ = true;
     return true;
   }
   ListToken peek() override {
@@ -1040,9 +1040,9 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   void takeComma() {
     if (!loadToken() || (token_ & kEndFlag) != 0) throw_list_stream_error();
     const bool comma = (token_ & kCommaFlag) != 0;
-    if (comma != elementRead_) throw_list_stream_error();
+    if (comma != element_read_) throw_list_stream_error();
     clear(kCommaFlag);
-    elementRead_ = false;
+    element_read_ = false;
     if (token_ == 0 && !loadToken()) throw_list_stream_error();
   }
   std::uint8_t takeKind() {
@@ -1051,8 +1051,8 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     const std::uint8_t kind = token_;
     if (kind > kBytes64) throw_list_stream_error();
     token_ = 0;
-    elementRead_ = true;
-    afterComma_ = false;
+    element_read_ = true;
+    after_comma_ = false;
     return kind;
   }
   void integer(std::uint8_t kind, bool& negative, std::uint64_t& magnitude) {
@@ -1073,8 +1073,8 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   std::size_t size_ = 0;
   std::uint64_t consumed_ = 0;
   std::uint8_t token_ = 0;
-  bool elementRead_ = false;
-  bool afterComma_ = false;
+  bool element_read_ = false;
+  bool after_comma_ = false;
   std::size_t depth_ = 0;
 };
 

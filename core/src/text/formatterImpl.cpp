@@ -106,12 +106,12 @@ const Patterns& locale_patterns(const Locale& locale) {
       std::unique_ptr<Icu>(Icu::createTimeInstance(Icu::kMedium, icu_locale)),
       std::unique_ptr<Icu>(Icu::createDateTimeInstance(Icu::kShort, Icu::kMedium, icu_locale)),
       std::unique_ptr<Icu>(Icu::createDateTimeInstance(Icu::kLong, Icu::kMedium, icu_locale))};
-  static const char16_t* const kFallback[5] = {u"yyyy-MM-dd", u"d MMMM y", u"HH:mm:ss",
-                                               u"yyyy-MM-dd HH:mm:ss", u"d MMMM y HH:mm:ss"};
+  static const char16_t* const k_fallback[5] = {u"yyyy-MM-dd", u"d MMMM y", u"HH:mm:ss",
+                                                u"yyyy-MM-dd HH:mm:ss", u"d MMMM y HH:mm:ss"};
   for (int i = 0; i < 5; ++i) {
     const auto* simple = dynamic_cast<const icu::SimpleDateFormat*>(formats[i].get());
     if (simple == nullptr) {
-      (*patterns)[i] = kFallback[i];
+      (*patterns)[i] = k_fallback[i];
       continue;
     }
     icu::UnicodeString pattern;
@@ -417,13 +417,14 @@ String NumericFormat::format(const Numeric& value) const {
                  text.size() - fraction);
 }
 
-String NumericFormat::format(const Numeric& value, unsigned integerDigits, unsigned integerLimited,
-                             unsigned fractionDigits, unsigned minFractionDigits) const {
-  integerDigits = std::min(integerDigits, kMaxDigits);
-  minFractionDigits = std::min(minFractionDigits, kMaxDigits);
-  fractionDigits = std::max(std::min(fractionDigits, kMaxDigits), minFractionDigits);
+String NumericFormat::format(const Numeric& value, unsigned integer_digits,
+                             unsigned integer_limited, unsigned fraction_digits,
+                             unsigned min_fraction_digits) const {
+  integer_digits = std::min(integer_digits, kMaxDigits);
+  min_fraction_digits = std::min(min_fraction_digits, kMaxDigits);
+  fraction_digits = std::max(std::min(fraction_digits, kMaxDigits), min_fraction_digits);
   Numeric rounded = value;
-  rounded.round(static_cast<int>(fractionDigits));
+  rounded.round(static_cast<int>(fraction_digits));
   std::string text;
   rounded.toString(text);
   const bool negative = text[0] == '-';
@@ -431,14 +432,14 @@ String NumericFormat::format(const Numeric& value, unsigned integerDigits, unsig
   const std::size_t point = std::min(text.find('.'), text.size());
   std::string integer = text.substr(begin, point - begin);
   std::string fraction = point == text.size() ? std::string() : text.substr(point + 1);
-  if (integerLimited != 0 && integerDigits > 0 && integer.size() > integerDigits) {
-    integer.assign(integerDigits, '9');
-    fraction.assign(fractionDigits, '9');
+  if (integer_limited != 0 && integer_digits > 0 && integer.size() > integer_digits) {
+    integer.assign(integer_digits, '9');
+    fraction.assign(fraction_digits, '9');
   }
-  if (fraction.size() < minFractionDigits)
-    fraction.append(minFractionDigits - fraction.size(), '0');
-  if (leading_zeros_ && integer.size() < integerDigits) {
-    integer.insert(0, integerDigits - integer.size(), '0');
+  if (fraction.size() < min_fraction_digits)
+    fraction.append(min_fraction_digits - fraction.size(), '0');
+  if (leading_zeros_ && integer.size() < integer_digits) {
+    integer.insert(0, integer_digits - integer.size(), '0');
   }
   return compose(negative, integer.data(), integer.size(), fraction.data(), fraction.size());
 }

@@ -29,7 +29,7 @@ class TimeZoneData : public Refcountable<TimeZoneData> {
       : id_(std::move(id)),
         zone_(std::move(zone)),
         basic_(dynamic_cast<const icu::BasicTimeZone*>(zone_.get())) {
-    simple_ = !zone_->useDaylightTime() && !has_transition();
+    simple_ = !zone_->useDaylightTime() && !hasTransition();
   }
 
   const String& id() const noexcept { return id_; }
@@ -49,7 +49,7 @@ class TimeZoneData : public Refcountable<TimeZoneData> {
   }
 
  private:
-  bool has_transition() const {
+  bool hasTransition() const {
     if (basic_ == nullptr) return false;
     // Earlier than any date a Date can hold.
     constexpr UDate kBeforeYearOne = -62'200'000'000'000.0;
