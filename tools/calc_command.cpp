@@ -202,8 +202,7 @@ int run(const Arguments& args) {
     std::fprintf(stderr, "coretool: calc: %s at position %zu\n", e.message.c_str(), e.position);
     return 1;
   } catch (const core::Exception& e) {
-    std::fprintf(stderr, "coretool: calc: %s\n", e.descr().toUtf8().c_str());
-    return 1;
+    return report_failure(e);
   }
 }
 

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/exception.h"
+
 namespace coretool {
 
 using Arguments = std::vector<std::string_view>;
@@ -22,6 +24,10 @@ struct Command {
 
 // Prints the command's usage to standard error and returns 2.
 int usage_error(const Command& command);
+
+// Prints the description of `e` to standard error and returns 1, the exit
+// code of refused input.
+int report_failure(const core::Exception& e);
 
 // Reads the whole of `path` ("-" or empty: standard input) into `bytes`.
 // When it cannot be read, says so on standard error and returns false.

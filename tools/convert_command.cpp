@@ -46,8 +46,7 @@ int run_convert(const Arguments& args) {
     std::fwrite(out.data(), 1, static_cast<size_t>(target - out.data()), stdout);
     return 0;
   } catch (const core::ConverterException& e) {
-    std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
-    return 1;
+    return report_failure(e);
   }
 }
 

@@ -112,8 +112,7 @@ int run(const Arguments& args) {
         const core::TimeZone zone(core::String::fromUtf8(args[i + 1]));
         date = direction == "--to-local" ? zone.toLocalTime(date) : zone.toUniversalTime(date);
       } catch (const core::TimeZoneException& e) {
-        std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
-        return 1;
+        return report_failure(e);
       }
       i += 2;
     } else {

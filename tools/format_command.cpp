@@ -90,8 +90,7 @@ int run(const Arguments& args) {
     std::printf("%s\n", text.toUtf8().c_str());
     return 0;
   } catch (const core::Exception& e) {
-    std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
-    return 1;
+    return report_failure(e);
   }
 }
 

@@ -42,8 +42,7 @@ int run(const Arguments& args) {
     std::printf("group symbol:      %s\n", describe_symbol(locale.groupSymbol()).c_str());
     return 0;
   } catch (const core::LocaleException& e) {
-    std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
-    return 1;
+    return report_failure(e);
   }
 }
 

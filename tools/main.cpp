@@ -40,6 +40,11 @@ bool read_input(std::string_view path, std::string& bytes) {
   return ok;
 }
 
+int report_failure(const core::Exception& e) {
+  std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
+  return 1;
+}
+
 int usage_error(const Command& command) {
   std::fprintf(stderr, "usage: coretool\n%s", command.usage);
   return 2;

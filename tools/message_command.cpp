@@ -25,8 +25,7 @@ int run(const Arguments& args) {
     try {
       core::Thread::setLocale(core::Locale(core::String::fromUtf8(args[2])));
     } catch (const core::LocaleException& e) {
-      std::fprintf(stderr, "coretool: %s\n", e.descr().toUtf8().c_str());
-      return 1;
+      return report_failure(e);
     }
   }
   const core::String text = core::load_core_wstring(id.c_str());
