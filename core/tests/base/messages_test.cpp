@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -136,6 +137,36 @@ TEST(ResourceBundle, ConcurrentLookupsInSeveralLocalesAgree) {
   }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(mismatches.load(), 0);
+}
+
+// Regression: load_module_wstring read a module's bundle without holding it
+// while the module's cleanup() deleted it.
+TEST(Messages, LookupRacedTheCleanupOfItsModule) {
+  SCOM_Module module("flicker", "basalt", {});
+  String expected;
+  in_locale(u"en_US", [&] { expected = load_core_wstring("IDS_ERR_ILLEGAL_STATE"); });
+  ASSERT_FALSE(expected.empty());
+  std::atomic<bool> done{false};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&] {
+      Thread::setLocale(Locale(u"en_US"));
+      while (!done.load()) {
+        const String text = load_module_wstring("flicker", "IDS_ERR_ILLEGAL_STATE");
+        if (!text.empty() && text != expected) ++wrong;
+      }
+    });
+  }
+  for (int round = 0; round < 300; ++round) {
+    module.initialize();
+    std::this_thread::yield();
+    module.cleanup();
+  }
+  done = true;
+  for (auto& reader : readers) reader.join();
+  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_TRUE(load_module_wstring("flicker", "IDS_ERR_ILLEGAL_STATE").empty());
 }
 
 std::vector<std::string>* tracked = nullptr;
