@@ -10,6 +10,7 @@
 #include "core/resource_bundle.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "rivet/memory_manager.h"
 #include "test_util.h"
 
 namespace core {
@@ -167,6 +168,29 @@ TEST(Messages, LookupRacedTheCleanupOfItsModule) {
   for (auto& reader : readers) reader.join();
   EXPECT_EQ(wrong.load(), 0);
   EXPECT_TRUE(load_module_wstring("flicker", "IDS_ERR_ILLEGAL_STATE").empty());
+}
+
+// Regression: the cache was keyed by the address of a locale's data, which
+// rivet's release of memory frees; the next locale built at that address was
+// served the texts of the one before. The locales are ones nothing else holds.
+TEST(ResourceBundle, LocaleFreedUnderMemoryPressureLentItsTextsToTheNext) {
+  SCOM_ResourceBundle bundle("basalt");
+  const struct {
+    const char16_t* locale;
+    std::u16string_view text;
+  } kRounds[] = {{u"en_AU", u"Type"}, {u"ru_KZ", u"Тип"},  {u"en_NZ", u"Type"},
+                 {u"ru_KG", u"Тип"},  {u"en_IE", u"Type"}, {u"ru_MD", u"Тип"}};
+  for (int repeat = 0; repeat < 3; ++repeat) {
+    for (const auto& round : kRounds) {
+      size_t length = 0;
+      const char16_t* text =
+          bundle.getString("IDS_TYPE_PRESENT_TYPE", Locale(round.locale), length);
+      ASSERT_NE(text, nullptr);
+      EXPECT_EQ(std::u16string_view(text, length), round.text)
+          << String(round.locale).toUtf8() << " in repeat " << repeat;
+      rivet::release_memory();
+    }
+  }
 }
 
 std::vector<std::string>* tracked = nullptr;
