@@ -120,7 +120,7 @@ TimeZone::TimeZone(RefPtr<detail::TimeZoneData> data) noexcept : data_(std::move
 TimeZone::TimeZone(const TimeZone& other) noexcept = default;
 // Every member reads the zone, so a move shares it instead of leaving the
 // source without one.
-TimeZone::TimeZone(TimeZone&& other) noexcept : TimeZone(static_cast<const TimeZone&>(other)) {}
+TimeZone::TimeZone(TimeZone&& other) noexcept { data_ = other.data_; }
 TimeZone& TimeZone::operator=(const TimeZone& other) noexcept = default;
 TimeZone& TimeZone::operator=(TimeZone&& other) noexcept {
   data_ = other.data_;
