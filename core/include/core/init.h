@@ -10,6 +10,12 @@
 //     ...
 //   }
 //
+// Threads may outlive the teardown (a host's workers still running while the
+// process exits): they go on with settings of their own (core/thread.h). For
+// their sake the teardown leaves ICU's clean-up (u_cleanup) out while any
+// thread that called in is still alive, since ICU must not be cleaned up
+// under threads that use it; the process reclaims ICU's caches as it ends.
+//
 // Thread safety: the start is meant to run before other threads call in, but
 // concurrent calls are safe: the start runs once and the others wait for it.
 #ifndef CORE_INIT_H_

@@ -10,6 +10,10 @@
 //   const char16_t* text =
 //       bundle.getString("IDS_ERR_ILLEGAL_STATE", core::Locale(u"ru_RU"), length);
 //
+// The cache holds one entry per locale name (ICU's canonical form), opened
+// once, whatever becomes of the Locale objects that asked for it; a name that
+// could not be opened is remembered as such and not tried again.
+//
 // Thread safety: all members may be called from any thread; the per-locale
 // cache is guarded by the bundle's own reader-writer lock. Pointers handed
 // out stay valid until cleanup() or destruction.

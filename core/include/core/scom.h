@@ -18,6 +18,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -66,13 +67,16 @@ class CORE_EXPORT SCOM_Module {
   const char* name() const noexcept { return name_; }
   std::span<const SCOM_ClassMapEntry> classMap() const noexcept { return classes_; }
   // The module's bundle, or null when it has none or is not initialized.
-  SCOM_ResourceBundle* resourceBundle() const noexcept { return bundle_; }
+  // The pointer dies with cleanup(); load_module_wstring() holds the bundle
+  // for the length of a lookup and so is safe against a concurrent cleanup().
+  SCOM_ResourceBundle* resourceBundle() const noexcept { return bundle_.get(); }
 
  private:
   const char* name_;
   const char* bundle_name_;
   std::span<const SCOM_ClassMapEntry> classes_;
-  SCOM_ResourceBundle* bundle_ = nullptr;
+  // Shared with lookups under way, which may end after cleanup().
+  std::shared_ptr<SCOM_ResourceBundle> bundle_;
   // The class objects of the class map, in its order (null where none).
   std::vector<IUnknown*> class_objects_;
   bool initialized_ = false;
@@ -104,7 +108,7 @@ class CORE_EXPORT SCOM_Context {
   // reference stays valid until the thread sets another locale.
   const Locale& locale() const;
   // The bundle of the module `module`, or null when no such module is
-  // registered or it has no bundle.
+  // registered or it has no bundle. Valid until the module's cleanup().
   SCOM_ResourceBundle* resourceBundle(const char* module) const;
   ExceptionsCount& exceptionsCount() noexcept { return *exceptions_count_; }
 

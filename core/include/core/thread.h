@@ -18,7 +18,11 @@
 // other. The first day of the week follows the locale until it is set.
 //
 // Thread safety: each thread has its own settings; no call affects another
-// thread.
+// thread. That holds after the library is torn down at unload or process
+// exit too: a thread still calling in then (a host's worker outliving main)
+// starts again from fresh settings of its own, kept apart from the freed
+// per-thread slot, and message texts come back empty because the bundles
+// are closed.
 #ifndef CORE_THREAD_H_
 #define CORE_THREAD_H_
 

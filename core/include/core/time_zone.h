@@ -63,6 +63,8 @@ class CORE_EXPORT TimeZone {
   explicit TimeZone(const String& id);
   explicit TimeZone(const char16_t* id);
 
+  // Moving copies: the moved-from handle keeps its zone, so every member
+  // stays usable on it. A handle is never empty.
   TimeZone(const TimeZone& other) noexcept;
   TimeZone(TimeZone&& other) noexcept;
   TimeZone& operator=(const TimeZone& other) noexcept;

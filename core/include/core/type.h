@@ -3,7 +3,11 @@
 // A Type names one IType: a primitive type by its code, or any registered
 // type by its class identifier or by its English or Russian name (case is
 // ignored). Types are registered through the class maps of the component
-// modules (core/scom.h); the library registers its own.
+// modules (core/scom.h); the library registers its own. A type registered
+// under a class identifier that is already taken replaces the earlier type,
+// whose names then find nothing more. Of several types that bear one name,
+// the name finds the one registered last, and the one before it again once
+// that one is unregistered.
 //
 //   core::Type number(core::TypeCode::Number);
 //   core::Type same(u"Число");                 // by the Russian name

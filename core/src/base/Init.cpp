@@ -16,6 +16,7 @@
 #include "core/scom.h"
 #include "core/thread.h"
 #include "internal/icu.h"
+#include "internal/thread_annotations.h"
 #include "rivet/memory_manager.h"
 #include "values/value_objects.h"
 
@@ -30,7 +31,10 @@ struct Runtime {
   std::once_flag stopped;
   // Set early in the start, so that code run by the start itself (class
   // hooks that touch thread settings) finds the slot without starting again.
+  // The object outlives the teardown, which only retires it, because other
+  // threads may be between reading this pointer and using the slot.
   std::atomic<platform::ThreadLocalSlot*> settings_slot{nullptr};
+  std::atomic<bool> torn_down{false};
   rivet::MemoryCallbackHandle memory_callback = rivet::MemoryCallbackHandle::kInvalid;
 };
 
@@ -41,15 +45,20 @@ Runtime& runtime() {
 
 // ICU is shared with the host and other modules: the library initialises it
 // on first use and cleans it up only when its own use count drops to 0.
-std::mutex& icu_lock() {
-  static auto* const lock = new std::mutex;
-  return *lock;
+struct IcuUse {
+  Mutex mutex;
+  int count CORE_GUARDED_BY(mutex) = 0;
+};
+
+IcuUse& icu_use() {
+  static auto* const instance = new IcuUse;
+  return *instance;
 }
-int icu_use_count = 0;
 
 void acquire_icu() {
-  std::lock_guard<std::mutex> lock(icu_lock());
-  if (icu_use_count++ == 0) {
+  IcuUse& use = icu_use();
+  MutexLock lock(use.mutex);
+  if (use.count++ == 0) {
     detail::IcuStatus status;
     u_init(status);
     if (status.isFailure()) {
@@ -59,9 +68,13 @@ void acquire_icu() {
   }
 }
 
+// ICU must not be cleaned up while any other thread may use it, so the
+// clean-up is left out while threads that called in are still alive (their
+// settings are): the host's threads may outlive the library's teardown.
 void release_icu() {
-  std::lock_guard<std::mutex> lock(icu_lock());
-  if (--icu_use_count == 0) u_cleanup();
+  IcuUse& use = icu_use();
+  MutexLock lock(use.mutex);
+  if (--use.count == 0 && live_thread_settings() == 0) u_cleanup();
 }
 
 void release_thread_settings(void* settings) { static_cast<Thread*>(settings)->unref(); }
@@ -124,23 +137,24 @@ void stop_library() {
     core_module().cleanup();
     // Other threads' settings go with their threads; the unloading thread's
     // would outlive the slot, so they are released here.
-    platform::ThreadLocalSlot* slot = state.settings_slot.exchange(nullptr);
-    if (void* settings = slot->get()) {
-      slot->set(nullptr);
-      release_thread_settings(settings);
-    }
+    state.torn_down.store(true, std::memory_order_release);
+    platform::ThreadLocalSlot* slot = state.settings_slot.load(std::memory_order_acquire);
+    void* settings = slot->get();
+    slot->retire();
+    if (settings != nullptr) release_thread_settings(settings);
     release_icu();
-    delete slot;
   });
 }
 
-platform::ThreadLocalSlot& thread_settings_slot() {
-  platform::ThreadLocalSlot* slot = runtime().settings_slot.load(std::memory_order_acquire);
+platform::ThreadLocalSlot* thread_settings_slot() {
+  Runtime& state = runtime();
+  if (state.torn_down.load(std::memory_order_acquire)) return nullptr;
+  platform::ThreadLocalSlot* slot = state.settings_slot.load(std::memory_order_acquire);
   if (slot == nullptr) {
     start_library();
-    slot = runtime().settings_slot.load(std::memory_order_acquire);
+    slot = state.settings_slot.load(std::memory_order_acquire);
   }
-  return *slot;
+  return slot;
 }
 
 }  // namespace detail

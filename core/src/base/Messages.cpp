@@ -5,7 +5,9 @@
 
 #include <atomic>
 #include <cstring>
+#include <memory>
 
+#include "base/module_bundle.h"
 #include "base/resource_tracker.h"
 #include "core/resource_bundle.h"
 #include "core/scom.h"
@@ -72,8 +74,10 @@ String load_wstring(SCOM_ResourceBundle* bundle, const char* id) {
 String load_core_wstring(const char* id) { return load_module_wstring("core", id); }
 
 String load_module_wstring(const char* module, const char* id) {
-  if (module == nullptr) return String();
-  return load_wstring(SCOM_Context::current().resourceBundle(module), id);
+  // The bundle is held, not just pointed at: its module may be cleaned up
+  // while the text is read.
+  const std::shared_ptr<SCOM_ResourceBundle> bundle = detail::find_module_bundle(module);
+  return load_wstring(bundle.get(), id);
 }
 
 String load_module_part_wstring(const char* module, const char* id, int index) {

@@ -4,6 +4,8 @@
 #include <unicode/ures.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -14,32 +16,38 @@
 
 namespace core {
 
-// The opened ICU bundles, one per locale in the order of first use. Locales
-// of one name share their data object, so its address identifies the locale.
+// The opened ICU bundles, one per locale in the order of first use, keyed by
+// the locale's canonical name: the data object behind a Locale is freed under
+// memory pressure and its address may come back for another locale.
 struct SCOM_ResourceBundle::Impl {
   explicit Impl(const char* bundle_name) : name(bundle_name == nullptr ? "" : bundle_name) {}
 
   // The ICU bundle for `locale`, opened on first use; null when not even the
   // root data can be opened.
   UResourceBundle* bundleFor(const Locale& locale) CORE_EXCLUDES(mutex) {
-    const detail::LocaleData* key = &locale.data();
+    const char* const key = locale.data().icu.getName();
+    UResourceBundle* found = nullptr;
     {
       detail::ReaderLock lock(mutex);
-      if (UResourceBundle* found = find(key)) return found;
+      if (find(key, found)) return found;
     }
     detail::WriterLock lock(mutex);
-    if (UResourceBundle* found = find(key)) return found;
-    icu::LocalUResourceBundlePointer opened = open(locale.data().icu.getName());
+    if (find(key, found)) return found;
+    icu::LocalUResourceBundlePointer opened = open(key);
     UResourceBundle* const bundle = opened.getAlias();
     entries.emplace_back(key, std::move(opened));
     return bundle;
   }
 
-  UResourceBundle* find(const detail::LocaleData* key) const CORE_REQUIRES_SHARED(mutex) {
+  // Whether `key` has an entry; `out` is its bundle, which may be null.
+  bool find(std::string_view key, UResourceBundle*& out) const CORE_REQUIRES_SHARED(mutex) {
     for (const auto& [locale, bundle] : entries) {
-      if (locale == key) return bundle.getAlias();
+      if (locale == key) {
+        out = bundle.getAlias();
+        return true;
+      }
     }
-    return nullptr;
+    return false;
   }
 
   // ICU answers a locale it has no data for with the bundle of the process's
@@ -65,7 +73,7 @@ struct SCOM_ResourceBundle::Impl {
   detail::SharedMutex mutex;
   // A locale whose bundle could not be opened keeps a null entry, so that it
   // is not tried again on every lookup.
-  std::vector<std::pair<const detail::LocaleData*, icu::LocalUResourceBundlePointer>> entries
+  std::vector<std::pair<std::string, icu::LocalUResourceBundlePointer>> entries
       CORE_GUARDED_BY(mutex);
 };
 

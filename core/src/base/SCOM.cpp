@@ -3,14 +3,15 @@
 
 #include <cstring>
 #include <map>
-#include <mutex>
-#include <shared_mutex>
 #include <string>
+#include <utility>
 
+#include "base/module_bundle.h"
 #include "core/exception_classes.h"
 #include "core/resource_bundle.h"
 #include "core/thread.h"
 #include "core/value_interfaces.h"
+#include "internal/thread_annotations.h"
 #include "values/type_registry.h"
 
 namespace core {
@@ -18,9 +19,15 @@ namespace {
 
 // The registry of modules by name. Never destroyed: modules unregister during
 // the teardown, after the library's statics are gone.
+// Each module is listed with its bundle, which a lookup copies under the
+// lock and holds while it reads.
 struct Registry {
-  std::shared_mutex mutex;
-  std::map<std::string, SCOM_Module*, std::less<>> modules;
+  struct Entry {
+    SCOM_Module* module;
+    std::shared_ptr<SCOM_ResourceBundle> bundle;
+  };
+  detail::SharedMutex mutex;
+  std::map<std::string, Entry, std::less<>> modules CORE_GUARDED_BY(mutex);
 };
 
 Registry& registry() {
@@ -39,13 +46,15 @@ SCOM_Module::~SCOM_Module() { cleanup(); }
 void SCOM_Module::initialize() {
   if (initialized_) return;
   {
+    auto bundle =
+        bundle_name_ == nullptr ? nullptr : std::make_shared<SCOM_ResourceBundle>(bundle_name_);
     Registry& modules = registry();
-    std::unique_lock<std::shared_mutex> lock(modules.mutex);
-    if (!modules.modules.emplace(name_, this).second) {
+    detail::WriterLock lock(modules.mutex);
+    if (!modules.modules.emplace(name_, Registry::Entry{this, bundle}).second) {
       throw SCOM_Exception(SCOM_Exception::Reason::DuplicateModule, String::fromUtf8(name_));
     }
+    bundle_ = std::move(bundle);
   }
-  if (bundle_name_ != nullptr) bundle_ = new SCOM_ResourceBundle(bundle_name_);
   initialized_ = true;
   for (const SCOM_ClassMapEntry& entry : classes_) {
     IUnknown* object = entry.classObject != nullptr ? entry.classObject() : nullptr;
@@ -71,21 +80,34 @@ void SCOM_Module::cleanup() {
   class_objects_.clear();
   {
     Registry& modules = registry();
-    std::unique_lock<std::shared_mutex> lock(modules.mutex);
+    detail::WriterLock lock(modules.mutex);
     modules.modules.erase(name_);
   }
-  delete bundle_;
-  bundle_ = nullptr;
+  // No reader finds the module any more; lookups still under way hold the
+  // bundle until they end.
+  bundle_.reset();
   initialized_ = false;
 }
 
 SCOM_Module* find_module(const char* name) {
   if (name == nullptr) return nullptr;
   Registry& modules = registry();
-  std::shared_lock<std::shared_mutex> lock(modules.mutex);
+  detail::ReaderLock lock(modules.mutex);
   auto it = modules.modules.find(std::string_view(name));
-  return it == modules.modules.end() ? nullptr : it->second;
+  return it == modules.modules.end() ? nullptr : it->second.module;
 }
+
+namespace detail {
+
+std::shared_ptr<SCOM_ResourceBundle> find_module_bundle(const char* name) {
+  if (name == nullptr) return nullptr;
+  Registry& modules = registry();
+  detail::ReaderLock lock(modules.mutex);
+  auto it = modules.modules.find(std::string_view(name));
+  return it == modules.modules.end() ? nullptr : it->second.bundle;
+}
+
+}  // namespace detail
 
 SCOM_Context::SCOM_Context() : exceptions_count_(new ExceptionsCount) {}
 

@@ -1,6 +1,8 @@
 // Implements core/thread.h: the calling thread's settings and formats.
 #include "core/thread.h"
 
+#include <atomic>
+
 #include "base/lifecycle.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
@@ -10,19 +12,56 @@
 
 namespace core {
 
+namespace {
+
+std::atomic<int> live_settings{0};
+
+}  // namespace
+
+namespace detail {
+
+int live_thread_settings() noexcept { return live_settings.load(std::memory_order_acquire); }
+
+}  // namespace detail
+
 Thread::Thread()
     : locale_(Locale::processDefault()),
-      language_(locale_.language() == u"ru" ? Language::Russian : Language::English) {}
+      language_(locale_.language() == u"ru" ? Language::Russian : Language::English) {
+  live_settings.fetch_add(1, std::memory_order_relaxed);
+}
 
-Thread::~Thread() = default;
+Thread::~Thread() { live_settings.fetch_sub(1, std::memory_order_acq_rel); }
 
 Thread& Thread::current() {
-  platform::ThreadLocalSlot& slot = detail::thread_settings_slot();
-  auto* thread = static_cast<Thread*>(slot.get());
-  if (thread == nullptr) {
+  platform::ThreadLocalSlot* slot = detail::thread_settings_slot();
+  auto* thread = slot == nullptr ? nullptr : static_cast<Thread*>(slot->get());
+  if (thread == nullptr && slot != nullptr) {
     thread = new Thread;
     thread->acquire();
-    slot.set(thread);
+    slot->set(thread);
+    // The teardown retired the slot meanwhile and the store went nowhere.
+    if (slot->get() != thread) {
+      thread->unref();
+      thread = nullptr;
+    }
+  }
+  if (thread == nullptr) {
+    // A host's thread that calls in after the teardown (say, one that
+    // outlives main) gets settings of its own, released when it ends as the
+    // slot would have done.
+    class LateSettings {
+     public:
+      LateSettings() : thread_(new Thread) { thread_->acquire(); }
+      ~LateSettings() { thread_->unref(); }
+      LateSettings(const LateSettings&) = delete;
+      LateSettings& operator=(const LateSettings&) = delete;
+      Thread& get() const noexcept { return *thread_; }
+
+     private:
+      Thread* thread_;
+    };
+    thread_local const LateSettings late;
+    return late.get();
   }
   return *thread;
 }

@@ -15,8 +15,14 @@ void start_library();
 // the library is unloaded.
 void stop_library();
 
-// The slot that holds each thread's settings (a core::Thread).
-platform::ThreadLocalSlot& thread_settings_slot();
+// The slot that holds each thread's settings (a core::Thread), or null once
+// the library is torn down: threads of the host may still call in then, and
+// keep their settings elsewhere (Thread::current()).
+platform::ThreadLocalSlot* thread_settings_slot();
+
+// The number of threads' settings objects alive: nonzero while threads that
+// have called in may still be running.
+int live_thread_settings() noexcept;
 
 }  // namespace core::detail
 

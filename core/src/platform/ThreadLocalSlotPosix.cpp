@@ -19,14 +19,25 @@ ThreadLocalSlot::ThreadLocalSlot(Cleanup cleanup) {
   key_ = static_cast<unsigned>(key);
 }
 
-ThreadLocalSlot::~ThreadLocalSlot() { pthread_key_delete(static_cast<pthread_key_t>(key_)); }
+ThreadLocalSlot::~ThreadLocalSlot() { retire(); }
 
+// A reader that passed the flag just before the key was deleted asks the
+// system about a deleted key, which answers null or fails the store; the key
+// number could be handed out again only to a slot created after the retire.
 void* ThreadLocalSlot::get() const noexcept {
+  if (retired_.load(std::memory_order_acquire)) return nullptr;
   return pthread_getspecific(static_cast<pthread_key_t>(key_));
 }
 
 void ThreadLocalSlot::set(void* value) noexcept {
+  if (retired_.load(std::memory_order_acquire)) return;
   pthread_setspecific(static_cast<pthread_key_t>(key_), value);
+}
+
+void ThreadLocalSlot::retire() noexcept {
+  if (!retired_.exchange(true, std::memory_order_acq_rel)) {
+    pthread_key_delete(static_cast<pthread_key_t>(key_));
+  }
 }
 
 }  // namespace core::platform

@@ -6,6 +6,8 @@
 #ifndef CORE_SRC_PLATFORM_THREAD_LOCAL_SLOT_H_
 #define CORE_SRC_PLATFORM_THREAD_LOCAL_SLOT_H_
 
+#include <atomic>
+
 namespace core::platform {
 
 class ThreadLocalSlot {
@@ -16,7 +18,8 @@ class ThreadLocalSlot {
   // Aborts the process when the system has no slot left: the library cannot
   // run without its per-thread state.
   explicit ThreadLocalSlot(Cleanup cleanup);
-  // Frees the slot; the values still held by other threads are not cleaned.
+  // Frees the slot unless retire() did; the values still held by other
+  // threads are not cleaned.
   ~ThreadLocalSlot();
 
   ThreadLocalSlot(const ThreadLocalSlot&) = delete;
@@ -26,8 +29,14 @@ class ThreadLocalSlot {
   void* get() const noexcept;
   void set(void* value) noexcept;
 
+  // Frees the slot but keeps the object, for threads that may still be
+  // reading it: afterwards get() answers null and set() stores nothing.
+  // Values still held by threads are not cleaned.
+  void retire() noexcept;
+
  private:
   unsigned key_;
+  std::atomic<bool> retired_{false};
 };
 
 }  // namespace core::platform

@@ -118,9 +118,14 @@ TimeZone::TimeZone(const char16_t* id) : TimeZone(String(id)) {}
 TimeZone::TimeZone(RefPtr<detail::TimeZoneData> data) noexcept : data_(std::move(data)) {}
 
 TimeZone::TimeZone(const TimeZone& other) noexcept = default;
-TimeZone::TimeZone(TimeZone&& other) noexcept = default;
+// Every member reads the zone, so a move shares it instead of leaving the
+// source without one.
+TimeZone::TimeZone(TimeZone&& other) noexcept { data_ = other.data_; }
 TimeZone& TimeZone::operator=(const TimeZone& other) noexcept = default;
-TimeZone& TimeZone::operator=(TimeZone&& other) noexcept = default;
+TimeZone& TimeZone::operator=(TimeZone&& other) noexcept {
+  data_ = other.data_;
+  return *this;
+}
 TimeZone::~TimeZone() = default;
 
 const String& TimeZone::id() const noexcept { return data_->id(); }

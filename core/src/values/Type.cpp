@@ -1,14 +1,16 @@
 // Implements core/type.h: types by code, class identifier and name.
 #include "core/type.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
-#include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
+#include <vector>
 
 #include "core/exception_classes.h"
 #include "core/nocase.h"
 #include "core/value.h"
+#include "internal/thread_annotations.h"
 #include "values/type_registry.h"
 
 namespace core {
@@ -17,10 +19,35 @@ namespace {
 
 // Never destroyed: modules unregister their types during the teardown,
 // after the library's statics are gone.
+//
+// Each type in `by_clsid` holds the registry's one reference. A name lists
+// every registered type that bears it, latest last, so that unregistering
+// one gives the name back to the type registered before it; the lists hold
+// no reference of their own, and a type leaves them whenever it leaves
+// `by_clsid`.
 struct Registry {
-  std::shared_mutex mutex;
-  std::unordered_map<GUID, IType*> by_clsid;
-  std::map<String, IType*, OrderNocase> by_name;
+  SharedMutex mutex;
+  std::unordered_map<GUID, IType*> by_clsid CORE_GUARDED_BY(mutex);
+  std::map<String, std::vector<IType*>, OrderNocase> by_name CORE_GUARDED_BY(mutex);
+
+  void addNames(IType* type) CORE_REQUIRES(mutex) {
+    for (const Language language : {Language::English, Language::Russian}) {
+      const char16_t* name = type->getName(language);
+      if (name == nullptr) continue;
+      std::vector<IType*>& bearers = by_name[String(name)];
+      // A type whose two names are alike is listed once.
+      if (std::find(bearers.begin(), bearers.end(), type) == bearers.end()) {
+        bearers.push_back(type);
+      }
+    }
+  }
+
+  void removeNames(IType* type) CORE_REQUIRES(mutex) {
+    for (auto it = by_name.begin(); it != by_name.end();) {
+      std::erase(it->second, type);
+      it = it->second.empty() ? by_name.erase(it) : std::next(it);
+    }
+  }
 };
 
 Registry& registry() {
@@ -33,38 +60,39 @@ Registry& registry() {
 void register_type(IType* type) {
   const GUID clsid = type->getCLSID();
   Registry& types = registry();
-  std::unique_lock<std::shared_mutex> lock(types.mutex);
+  WriterLock lock(types.mutex);
   type->acquire();
   IType*& slot = types.by_clsid[clsid];
-  if (slot != nullptr) slot->release();
-  slot = type;
-  for (const Language language : {Language::English, Language::Russian}) {
-    if (const char16_t* name = type->getName(language)) types.by_name[String(name)] = type;
+  if (slot != nullptr) {
+    types.removeNames(slot);
+    slot->release();
   }
+  slot = type;
+  types.addNames(type);
 }
 
 void unregister_type(IType* type) {
   Registry& types = registry();
-  std::unique_lock<std::shared_mutex> lock(types.mutex);
+  WriterLock lock(types.mutex);
   auto it = types.by_clsid.find(type->getCLSID());
   if (it == types.by_clsid.end() || it->second != type) return;
   types.by_clsid.erase(it);
-  std::erase_if(types.by_name, [type](const auto& entry) { return entry.second == type; });
+  types.removeNames(type);
   type->release();
 }
 
 InterfacePtr<IType> find_type(const GUID& clsid) {
   Registry& types = registry();
-  std::shared_lock<std::shared_mutex> lock(types.mutex);
+  ReaderLock lock(types.mutex);
   auto it = types.by_clsid.find(clsid);
   return it == types.by_clsid.end() ? InterfacePtr<IType>() : InterfacePtr<IType>(it->second);
 }
 
 InterfacePtr<IType> find_type(std::u16string_view name) {
   Registry& types = registry();
-  std::shared_lock<std::shared_mutex> lock(types.mutex);
+  ReaderLock lock(types.mutex);
   auto it = types.by_name.find(name);
-  return it == types.by_name.end() ? InterfacePtr<IType>() : InterfacePtr<IType>(it->second);
+  return it == types.by_name.end() ? InterfacePtr<IType>() : InterfacePtr<IType>(it->second.back());
 }
 
 }  // namespace detail

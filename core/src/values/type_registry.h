@@ -10,8 +10,10 @@
 namespace core::detail {
 
 // Registers `type` (acquired) under its class identifier and its English
-// and Russian names. A later type of the same identifier or name takes the
-// place of the earlier one.
+// and Russian names. A later type of the same identifier replaces the
+// earlier one, which is released and loses its names. A name borne by
+// several types finds the one registered last; when that one is
+// unregistered, the name finds the one before it again.
 void register_type(IType* type);
 // Removes `type` (released) wherever it is registered.
 void unregister_type(IType* type);

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -9,6 +10,7 @@
 #include "core/resource_bundle.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "rivet/memory_manager.h"
 #include "test_util.h"
 
 namespace core {
@@ -137,6 +139,59 @@ TEST(ResourceBundle, ConcurrentLookupsInSeveralLocalesAgree) {
   }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(mismatches.load(), 0);
+}
+
+// Regression: load_module_wstring read a module's bundle without holding it
+// while the module's cleanup() deleted it.
+TEST(Messages, LookupRacedTheCleanupOfItsModule) {
+  SCOM_Module module("flicker", "basalt", {});
+  String expected;
+  in_locale(u"en_US", [&] { expected = load_core_wstring("IDS_ERR_ILLEGAL_STATE"); });
+  ASSERT_FALSE(expected.empty());
+  std::atomic<bool> done{false};
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> readers;
+  for (int t = 0; t < 3; ++t) {
+    readers.emplace_back([&] {
+      Thread::setLocale(Locale(u"en_US"));
+      while (!done.load()) {
+        const String text = load_module_wstring("flicker", "IDS_ERR_ILLEGAL_STATE");
+        if (!text.empty() && text != expected) ++wrong;
+      }
+    });
+  }
+  for (int round = 0; round < 300; ++round) {
+    module.initialize();
+    std::this_thread::yield();
+    module.cleanup();
+  }
+  done = true;
+  for (auto& reader : readers) reader.join();
+  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_TRUE(load_module_wstring("flicker", "IDS_ERR_ILLEGAL_STATE").empty());
+}
+
+// Regression: the cache was keyed by the address of a locale's data, which
+// rivet's release of memory frees; the next locale built at that address was
+// served the texts of the one before. The locales are ones nothing else holds.
+TEST(ResourceBundle, LocaleFreedUnderMemoryPressureLentItsTextsToTheNext) {
+  SCOM_ResourceBundle bundle("basalt");
+  const struct {
+    const char16_t* locale;
+    std::u16string_view text;
+  } kRounds[] = {{u"en_AU", u"Type"}, {u"ru_KZ", u"Тип"},  {u"en_NZ", u"Type"},
+                 {u"ru_KG", u"Тип"},  {u"en_IE", u"Type"}, {u"ru_MD", u"Тип"}};
+  for (int repeat = 0; repeat < 3; ++repeat) {
+    for (const auto& round : kRounds) {
+      size_t length = 0;
+      const char16_t* text =
+          bundle.getString("IDS_TYPE_PRESENT_TYPE", Locale(round.locale), length);
+      ASSERT_NE(text, nullptr);
+      EXPECT_EQ(std::u16string_view(text, length), round.text)
+          << String(round.locale).toUtf8() << " in repeat " << repeat;
+      rivet::release_memory();
+    }
+  }
 }
 
 std::vector<std::string>* tracked = nullptr;

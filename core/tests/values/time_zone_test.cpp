@@ -5,6 +5,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "core/exception_classes.h"
@@ -172,6 +173,25 @@ TEST(TimeZone, ConversionsKeepTheValidRange) {
   // Sub-second ticks are kept.
   EXPECT_EQ(east.toLocalTime(Date(2020, 1, 1) + 1234).ticks(),
             Date(2020, 1, 1, 14, 0, 0).ticks() + 1234);
+}
+
+// Regression: a moved-from zone crashed on id(), getRawOffset() and ==.
+TEST(TimeZone, MovedFromZoneCrashed) {
+  TimeZone source(u"Asia/Tokyo");
+  const TimeZone moved(std::move(source));
+  TimeZone assigned = TimeZone::utc();
+  TimeZone target = TimeZone::utc();
+  target = std::move(assigned);
+  for (const TimeZone* zone : {&source, &assigned}) {
+    EXPECT_FALSE(zone->id().empty());
+    EXPECT_EQ(zone->toUniversalTime(zone->toLocalTime(Date(2020, 6, 1))).ticks(),
+              Date(2020, 6, 1).ticks());
+  }
+  EXPECT_EQ(source.getRawOffset(), 9 * kHour);
+  EXPECT_TRUE(source == moved);
+  EXPECT_EQ(assigned.id(), String(u"UTC"));
+  EXPECT_TRUE(assigned == target);
+  EXPECT_EQ(moved.id(), String(u"Asia/Tokyo"));
 }
 
 TEST(TimeZone, OneZoneServesManyThreads) {

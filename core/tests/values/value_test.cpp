@@ -12,6 +12,7 @@
 #include "core/value.h"
 #include "core/value_impl.h"
 #include "test_util.h"
+#include "values/type_registry.h"
 
 namespace core {
 namespace {
@@ -242,6 +243,59 @@ TEST(Type, TypeValuesPresentTheirTypeOrReportTheUnknownGuid) {
     ScopedLevel from(kCompatibilityUnknownTypeText);
     EXPECT_FALSE(to_string(orphan).empty());
   });
+}
+
+// Types of the registry tests: two class identifiers, names chosen so that
+// they collide across identifiers.
+constexpr GUID kLedgerClsid = {
+    0x7A3E91C2, 0x14B5, 0x4C6D, {0x8E, 0x9F, 0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5}};
+constexpr GUID kBinderClsid = {
+    0x7A3E91C3, 0x14B5, 0x4C6D, {0x8E, 0x9F, 0xA0, 0xB1, 0xC2, 0xD3, 0xE4, 0xF5}};
+
+class NamedType : public ObjectTypeCore {
+ public:
+  NamedType(const GUID& clsid, const char16_t* english, const char16_t* russian)
+      : ObjectTypeCore(clsid, english, russian, "IDS_TYPE_PRESENTATION_VALUEARRAY", false) {}
+  InterfacePtr<IValue> createIValue() override { return nullptr; }
+};
+
+// The CLSID a name finds now, or the all-zero GUID when it finds nothing.
+GUID found_by_name(const char16_t* name) {
+  const InterfacePtr<IType> type = detail::find_type(std::u16string_view(name));
+  return type ? type->getCLSID() : GUID{};
+}
+
+// The references held on `type`, the caller's included.
+int32_t references(IType* type) {
+  type->acquire();
+  return type->release();
+}
+
+// Regression: a type replaced under its class identifier kept its names, so
+// Type(name) read the released type; and unregistering one bearer of a
+// shared name took the name from the other bearer too.
+TEST(Type, ReplacedTypeKeptItsNamesAndSharedNamesWereDropped) {
+  const InterfacePtr<IType> first(new NamedType(kLedgerClsid, u"Ledger", u"Гроссбух"));
+  const InterfacePtr<IType> second(new NamedType(kLedgerClsid, u"Journal", u"Журнал"));
+  const InterfacePtr<IType> binder(new NamedType(kBinderClsid, u"Ledger", u"Папка"));
+  detail::register_type(first.get());
+  detail::register_type(second.get());
+  EXPECT_THROW(Type(u"ledger"), TypeException);
+  EXPECT_THROW(Type(u"Гроссбух"), TypeException);
+  EXPECT_EQ(Type(u"журнал").getIType(), second.get());
+  EXPECT_EQ(references(first.get()), 1);  // the registry let go of it
+
+  detail::register_type(binder.get());
+  detail::register_type(first.get());  // takes the identifier and "Ledger" back
+  EXPECT_EQ(found_by_name(u"Journal"), GUID{});
+  EXPECT_EQ(Type(u"Ledger").getIType(), first.get());
+  detail::unregister_type(first.get());
+  EXPECT_EQ(Type(u"Ledger").getIType(), binder.get());
+  EXPECT_EQ(found_by_name(u"Гроссбух"), GUID{});
+  detail::unregister_type(binder.get());
+  EXPECT_EQ(found_by_name(u"Ledger"), GUID{});
+  EXPECT_EQ(found_by_name(u"Папка"), GUID{});
+  for (IType* type : {first.get(), second.get(), binder.get()}) EXPECT_EQ(references(type), 1);
 }
 
 TEST(Value, SharedValuesAcrossThreadsAndLanguages) {
