@@ -103,14 +103,14 @@ SCOM_Module& core_module() {
   return *module;
 }
 
-// Hands the embedded message data to ICU under the bundle's name, so that
-// opening "basalt" finds it without any file. Should ICU refuse it, lookups
-// find no texts, which the library survives: descriptions then carry only
-// their details.
 // Asked by rivet to give memory back: the library's caches that can be
 // rebuilt on demand let go of what nobody uses.
 size_t release_caches(void*, size_t) { return trim_locale_cache(); }
 
+// Hands the embedded message data to ICU under the bundle's name, so that
+// opening "basalt" finds it without any file. Should ICU refuse it, lookups
+// find no texts, which the library survives: descriptions then carry only
+// their details.
 void register_message_data() {
   detail::IcuStatus status;
   udata_setAppData("basalt", kBasaltData, status);
