@@ -11,6 +11,7 @@
 #include "base/resource_tracker.h"
 #include "core/resource_bundle.h"
 #include "core/scom.h"
+#include "internal/chars.h"
 #include "internal/icu.h"
 
 namespace core {
@@ -36,16 +37,13 @@ std::atomic<MissingResourceTracker> missing_resource_tracker{nullptr};
 void append_decimal(String& out, long long number) {
   // Digits are produced from the magnitude as unsigned, so the most negative
   // value needs no special case.
-  unsigned long long magnitude =
+  const unsigned long long magnitude =
       number < 0 ? 0ull - static_cast<unsigned long long>(number) : number;
-  char16_t digits[24];
-  int count = 0;
-  do {
-    digits[count++] = static_cast<char16_t>(u'0' + magnitude % 10);
-    magnitude /= 10;
-  } while (magnitude != 0);
+  char16_t digits[detail::kMaxDecimalDigits];
+  char16_t* const end = digits + detail::kMaxDecimalDigits;
+  const char16_t* const first = detail::write_decimal_backwards(magnitude, end);
   if (number < 0) out += u'-';
-  while (count > 0) out += digits[--count];
+  out.append(std::u16string_view(first, static_cast<std::size_t>(end - first)));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Character classes of UTF-16 code units shared by the parsers: ASCII
-// hexadecimal digits and white space as ICU's u_isspace() has it.
+// hexadecimal digits, white space as ICU's u_isspace() has it, and the
+// decimal digits of an integer.
 //
 //   const std::u16string_view word = detail::trim_white_space(text);
 //   const int digit = detail::hex_digit_value(word[0]);  // -1: not a hex digit
@@ -11,6 +12,8 @@
 
 #include <unicode/uchar.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace core::detail {
@@ -40,6 +43,19 @@ inline std::u16string_view trim_white_space(std::u16string_view text) noexcept {
   while (!text.empty() && is_white_space(text.front())) text.remove_prefix(1);
   while (!text.empty() && is_white_space(text.back())) text.remove_suffix(1);
   return text;
+}
+
+// Room for the decimal digits of any 64-bit magnitude.
+inline constexpr std::size_t kMaxDecimalDigits = 20;
+
+// Writes the decimal digits of `value` so that they end just before `end`
+// and returns where they begin. REQUIRES: kMaxDecimalDigits units of room.
+inline char16_t* write_decimal_backwards(std::uint64_t value, char16_t* end) noexcept {
+  do {
+    *--end = static_cast<char16_t>(u'0' + value % 10);
+    value /= 10;
+  } while (value != 0);
+  return end;
 }
 
 }  // namespace core::detail

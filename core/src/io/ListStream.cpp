@@ -382,13 +382,9 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     spill();
   }
   void appendDecimal(std::uint64_t value) {
-    char16_t digits[20];
-    int n = 0;
-    do {
-      digits[n++] = static_cast<char16_t>(u'0' + value % 10);
-      value /= 10;
-    } while (value != 0);
-    while (n > 0) buffer_.push_back(digits[--n]);
+    char16_t digits[detail::kMaxDecimalDigits];
+    char16_t* const end = digits + detail::kMaxDecimalDigits;
+    buffer_.append(detail::write_decimal_backwards(value, end), end);
   }
 
   bool need_comma_ = false;
