@@ -127,6 +127,8 @@ class IListInStream : public IUnknown {
 CORE_EXPORT InterfacePtr<IListOutStream> create_text_list_out_stream(IWriter* writer);
 // The binary encoding over `file` (acquired), from its current position.
 CORE_EXPORT InterfacePtr<IListOutStream> create_binary_list_out_stream(IFile* file);
+// The reading sides; a null reader or file throws `ListStreamException`
+// ("IDS_LISTSTREAMERROR"), as does every call of a writing side over null.
 CORE_EXPORT InterfacePtr<IListInStream> create_text_list_in_stream(IReader* reader);
 CORE_EXPORT InterfacePtr<IListInStream> create_binary_list_in_stream(IFile* file);
 
@@ -197,7 +199,9 @@ class CORE_EXPORT ListOutStream {
   InterfacePtr<IListOutStream> impl_;
 };
 
-// Reads brace lists. Copies share the implementation.
+// Reads brace lists. Copies share the implementation. A null reader, file
+// or stream gives a stream every call of which throws `ListStreamException`
+// ("IDS_LISTSTREAMERROR"), as ListOutStream does.
 //
 // Every malformed input (a missing brace or comma, text where a number is
 // expected, a number out of the requested type's range, the end of the input
@@ -260,17 +264,18 @@ class CORE_EXPORT ListInStream {
   // Skips the rest of the current list; its closing brace is left for
   // getEndOfList().
   void skipListContent();
-  // The same, appending the skipped text (white space and commas included;
-  // for the binary encoding, the text form of the skipped elements) to
-  // `saved`.
+  // The same, appending the skipped text (white space and commas included,
+  // the comma after an element already read too; for the binary encoding,
+  // the text form of the skipped elements) to `saved`.
   void skipAndSaveListContent(String& saved);
 
   // Code units (text) or bytes (binary) consumed so far.
-  std::uint64_t position() { return impl_->position(); }
+  std::uint64_t position();
 
   IListInStream* get() const noexcept { return impl_.get(); }
 
  private:
+  IListInStream* impl() const;
   template <class T>
   void getSignedAs(T& value);
   template <class T>

@@ -948,6 +948,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       text.reset(new StringWriter);
       out = create_text_list_out_stream(text.get());
     }
+    // The comma that separates the skipped text from the element read before
+    // it is saved, as the text encoding saves it; the text writer knows of
+    // no element before its first one, so it is added here.
+    if (saved != nullptr && element_read_ && peek() == ListToken::Comma) {
+      getComma();
+      saved->append(u',');
+    }
     std::size_t nested = 0;
     for (;;) {
       const ListToken token = peek();
@@ -1166,9 +1173,11 @@ InterfacePtr<IListOutStream> create_binary_list_out_stream(IFile* file) {
   return InterfacePtr<IListOutStream>(new BinaryListOut(file));
 }
 InterfacePtr<IListInStream> create_text_list_in_stream(IReader* reader) {
+  if (reader == nullptr) throw_list_stream_error();
   return InterfacePtr<IListInStream>(new TextListIn(reader));
 }
 InterfacePtr<IListInStream> create_binary_list_in_stream(IFile* file) {
+  if (file == nullptr) throw_list_stream_error();
   return InterfacePtr<IListInStream>(new BinaryListIn(file));
 }
 
@@ -1227,24 +1236,38 @@ void ListOutStream::put(IFileEx* object) {
 // ---------------------------------------------------------------------------
 // ListInStream.
 
-ListInStream::ListInStream(IReader* reader) : impl_(create_text_list_in_stream(reader)) {}
-ListInStream::ListInStream(IFile* file) : impl_(create_binary_list_in_stream(file)) {}
+// A null source leaves impl_ empty, so that every call throws, as it does
+// for ListOutStream.
+ListInStream::ListInStream(IReader* reader) { reinit(reader); }
+ListInStream::ListInStream(IFile* file) { reinit(file); }
 ListInStream::ListInStream(IListInStream* stream) : impl_(stream) {}
 
-void ListInStream::reinit(IReader* reader) { impl_ = create_text_list_in_stream(reader); }
-void ListInStream::reinit(IFile* file) { impl_ = create_binary_list_in_stream(file); }
+void ListInStream::reinit(IReader* reader) {
+  impl_.reset();
+  if (reader != nullptr) impl_ = create_text_list_in_stream(reader);
+}
+void ListInStream::reinit(IFile* file) {
+  impl_.reset();
+  if (file != nullptr) impl_ = create_binary_list_in_stream(file);
+}
 void ListInStream::reinit(IListInStream* stream) { impl_.reset(stream); }
 
-void ListInStream::getBeginOfList() { impl_->getBeginOfList(); }
-void ListInStream::getEndOfList() { impl_->getEndOfList(); }
-bool ListInStream::getComma() { return impl_->getComma(); }
-ListToken ListInStream::peek() { return impl_->peek(); }
+IListInStream* ListInStream::impl() const {
+  if (!impl_) throw_list_stream_error();
+  return impl_.get();
+}
+
+std::uint64_t ListInStream::position() { return impl()->position(); }
+void ListInStream::getBeginOfList() { impl()->getBeginOfList(); }
+void ListInStream::getEndOfList() { impl()->getEndOfList(); }
+bool ListInStream::getComma() { return impl()->getComma(); }
+ListToken ListInStream::peek() { return impl()->peek(); }
 
 template <class T>
 void ListInStream::getSignedAs(T& value) {
   bool negative = false;
   std::uint64_t magnitude = 0;
-  impl_->getInteger(negative, magnitude);
+  impl()->getInteger(negative, magnitude);
   using Unsigned = std::make_unsigned_t<T>;
   constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   if (!negative) {
@@ -1260,7 +1283,7 @@ template <class T>
 void ListInStream::getUnsignedAs(T& value) {
   bool negative = false;
   std::uint64_t magnitude = 0;
-  impl_->getInteger(negative, magnitude);
+  impl()->getInteger(negative, magnitude);
   if ((negative && magnitude != 0) || magnitude > std::numeric_limits<T>::max())
     throw_list_stream_error();
   value = static_cast<T>(magnitude);
@@ -1282,55 +1305,55 @@ void ListInStream::get(unsigned short& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned int& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned long& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned long long& value) { getUnsignedAs(value); }
-void ListInStream::get(float& value) { value = impl_->getFloat(); }
-void ListInStream::get(double& value) { value = impl_->getDouble(); }
+void ListInStream::get(float& value) { value = impl()->getFloat(); }
+void ListInStream::get(double& value) { value = impl()->getDouble(); }
 void ListInStream::get(char16_t& value) { getUnsignedAs(value); }
-void ListInStream::get(GUID& value) { value = impl_->getGuid(); }
-void ListInStream::get(String& value) { impl_->getString(value); }
+void ListInStream::get(GUID& value) { value = impl()->getGuid(); }
+void ListInStream::get(String& value) { impl()->getString(value); }
 
 void ListInStream::get(char16_t* text, std::size_t size) {
   String value;
-  impl_->getString(value);
+  impl()->getString(value);
   if (value.size() >= size) throw_list_stream_error();
   std::memcpy(text, value.data(), value.size() * sizeof(char16_t));
   text[value.size()] = 0;
 }
 
 void ListInStream::get(String& value, const char16_t* def) {
-  if (impl_->peek() == ListToken::EndOfList) {
+  if (impl()->peek() == ListToken::EndOfList) {
     value = def == nullptr ? String() : String(def);
     return;
   }
-  impl_->getString(value);
+  impl()->getString(value);
 }
 void ListInStream::get(String& value, const String& def) {
-  if (impl_->peek() == ListToken::EndOfList) {
+  if (impl()->peek() == ListToken::EndOfList) {
     value = def;
     return;
   }
-  impl_->getString(value);
+  impl()->getString(value);
 }
 
-void ListInStream::get(std::string& bytes) { impl_->getBytes(bytes); }
+void ListInStream::get(std::string& bytes) { impl()->getBytes(bytes); }
 
 void ListInStream::get(void* data, std::size_t count) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   if (bytes.size() != count) throw_list_stream_error();
   if (count != 0) std::memcpy(data, bytes.data(), count);
 }
 
-void ListInStream::get(Numeric& value) { impl_->getNumeric(value); }
+void ListInStream::get(Numeric& value) { impl()->getNumeric(value); }
 
 void ListInStream::get(IFile* file) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   file->write(bytes.data(), bytes.size());
 }
 
 void ListInStream::get(IFileEx* object) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   InterfacePtr<MemoryFile> file(new MemoryFile(bytes));
   object->readFrom(file.get());
 }
@@ -1341,13 +1364,13 @@ void ListInStream::get(std::vector<bool>::reference bit) {
   bit = value;
 }
 
-void ListInStream::skipListContent() { impl_->skipListContent(nullptr); }
-void ListInStream::skipAndSaveListContent(String& saved) { impl_->skipListContent(&saved); }
+void ListInStream::skipListContent() { impl()->skipListContent(nullptr); }
+void ListInStream::skipAndSaveListContent(String& saved) { impl()->skipListContent(&saved); }
 
 void copy_list_stream(ListInStream& in, ListOutStream& out) {
   IListInStream* source = in.get();
   IListOutStream* target = out.get();
-  if (target == nullptr) throw_list_stream_error();
+  if (source == nullptr || target == nullptr) throw_list_stream_error();
   std::size_t depth = 0;
   for (;;) {
     const ListToken token = source->peek();

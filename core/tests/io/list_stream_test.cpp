@@ -591,6 +591,66 @@ TEST(ListStream, BinarySkipAndSaveGivesText) {
   EXPECT_EQ(two, 2);
 }
 
+// Regression: binary skipAndSaveListContent dropped the comma after an
+// element already read, which the text encoding keeps.
+TEST(ListStream, BinarySkipAndSaveKeepsTheLeadingComma) {
+  const struct {
+    const char* ops;
+    int read_first;  // elements read before the skip
+    const char* saved;
+  } cases[] = {
+      {"{ i:1 i:2 i:3 }", 1, ",2,3"},
+      {"{ i:1 i:2 i:3 }", 0, "1,2,3"},
+      {"{ i:1 s:a x:0102 }", 1, ",\"a\",AQI="},
+      {"{ i:1 i:2 }", 2, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.ops + std::string(" after ") + std::to_string(c.read_first));
+    const std::vector<Op> ops = parse_ops(c.ops);
+    InterfacePtr<MemoryFile> file(new MemoryFile(write_binary(ops)));
+    ListInStream binary(file.get());
+    ListInStream text = text_in(std::u16string(std::u16string_view(write_text(ops))));
+    for (ListInStream* in : {&text, &binary}) {
+      in->getBeginOfList();
+      for (int i = 0; i < c.read_first; ++i) {
+        int value = 0;
+        in->get(value);
+      }
+      String saved;
+      in->skipAndSaveListContent(saved);
+      in->getEndOfList();
+      EXPECT_EQ(printable(saved), printable(unescape(c.saved)));
+    }
+  }
+}
+
+// Regression: a ListInStream over a null reader or file dereferenced null.
+TEST(ListStream, NullSourceThrowsInsteadOfCrashing) {
+  ListInStream over_reader(static_cast<IReader*>(nullptr));
+  ListInStream over_file(static_cast<IFile*>(nullptr));
+  ListInStream over_stream(static_cast<IListInStream*>(nullptr));
+  for (ListInStream* in : {&over_reader, &over_file, &over_stream}) {
+    EXPECT_THROW_IDS(in->getBeginOfList(), ListStreamException, "IDS_LISTSTREAMERROR");
+    EXPECT_THROW_IDS((void)in->peek(), ListStreamException, "IDS_LISTSTREAMERROR");
+    EXPECT_THROW_IDS((void)in->position(), ListStreamException, "IDS_LISTSTREAMERROR");
+    int value = 0;
+    EXPECT_THROW_IDS(in->get(value), ListStreamException, "IDS_LISTSTREAMERROR");
+    EXPECT_THROW_IDS(in->skipListContent(), ListStreamException, "IDS_LISTSTREAMERROR");
+    InterfacePtr<StringWriter> writer(new StringWriter);
+    ListOutStream out(writer.get());
+    EXPECT_THROW_IDS(copy_list_stream(*in, out), ListStreamException, "IDS_LISTSTREAMERROR");
+  }
+  EXPECT_THROW_IDS((void)create_text_list_in_stream(nullptr), ListStreamException,
+                   "IDS_LISTSTREAMERROR");
+  EXPECT_THROW_IDS((void)create_binary_list_in_stream(nullptr), ListStreamException,
+                   "IDS_LISTSTREAMERROR");
+  // A stream over null becomes usable through reinit.
+  InterfacePtr<IReader> reader(new StringReader(String(u"{}")));
+  over_reader.reinit(reader.get());
+  over_reader.getBeginOfList();
+  over_reader.getEndOfList();
+}
+
 TEST(ListStream, CopyConvertsBetweenEncodings) {
   const std::u16string text =
       u"{1,-2,18446744073709551615,-9223372036854775809,12.5,1e+300,\"s\",\n"
