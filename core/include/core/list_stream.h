@@ -26,8 +26,13 @@
 //   LEB128 length followed by that many ASCII bytes.
 // - get() of a string also accepts a bare word (an identifier), white space
 //   around it removed.
-// - An empty byte block writes no characters in the text encoding; it reads
-//   back as an empty byte block where bytes are expected.
+// - An empty byte block is written as "" (the empty quoted string) in the
+//   text encoding, so that it stays an element of its own for skipping and
+//   copying. Where bytes are expected, "" reads as an empty block, and so
+//   does an empty string of the binary encoding (what a copy of "" into
+//   binary gives); every other quoted text is refused there. An empty bare
+//   word also reads as an empty block, but skipping and copying refuse a
+//   comma before "}" (see above).
 // - skipListContent() leaves the closing brace of the skipped list for the
 //   caller's getEndOfList().
 #ifndef CORE_LIST_STREAM_H_

@@ -354,7 +354,15 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
   }
   void putBytes(const void* data, std::size_t count) override {
     beginValue();
-    encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+    // The Base64 text of no bytes is empty, which would leave no element at
+    // all ("{1,}", or "{}" for a list of one empty block): the empty quoted
+    // string stands in for it.
+    if (count == 0) {
+      buffer_.push_back(u'"');
+      buffer_.push_back(u'"');
+    } else {
+      encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+    }
     endValue();
   }
   void putNumeric(const Numeric& value) override {
@@ -471,7 +479,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     out = String(word);
   }
   void getBytes(std::string& out) override {
-    if (readElement()) throw_list_stream_error();
+    if (readElement() && !word_.empty()) throw_list_stream_error();
     decode_base64(word_, out);
   }
   void getNumeric(Numeric& out) override {
@@ -913,7 +921,15 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     out = std::move(text);
   }
   void getBytes(std::string& out) override {
-    const std::uint64_t count = payloadCount(takeKind(), kBytes8);
+    const std::uint8_t kind = takeKind();
+    // An empty string is an empty block, as "" is in the text encoding: a
+    // copy of text into binary keeps it a string.
+    if (kind >= kString8 && kind <= kString64) {
+      if (payloadCount(kind, kString8) != 0) throw_list_stream_error();
+      out.clear();
+      return;
+    }
+    const std::uint64_t count = payloadCount(kind, kBytes8);
     if (count > remaining()) throw_list_stream_error();
     out.resize(static_cast<std::size_t>(count));
     bytes(out.data(), out.size());
