@@ -35,6 +35,15 @@
 //   comma before "}" (see above).
 // - skipListContent() leaves the closing brace of the skipped list for the
 //   caller's getEndOfList().
+// - A reading stream never keeps what follows the value or list it read
+//   outside any list: once that is complete (and when the stream is
+//   destroyed) the source stands right behind it, so another stream can read
+//   what follows. The text side reads ahead in blocks only from a reader
+//   whose IReader::unread gives units back (StringReader does), and gives
+//   them back; from any other reader it takes one unit at a time, holding at
+//   most the one character of look-ahead a bare word needs to find its end.
+//   The binary side seeks its file back; a peek() outside any list holds
+//   its token byte until the stream is destroyed.
 #ifndef CORE_LIST_STREAM_H_
 #define CORE_LIST_STREAM_H_
 

@@ -404,9 +404,21 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
 // ---------------------------------------------------------------------------
 // The text encoding, reading side.
 
+// Reads ahead of what it consumes only from a reader that gives units back
+// (IReader::unread); from any other reader it takes one unit at a time, so
+// that it holds no more than one character of look-ahead. What it read ahead
+// goes back when the outermost list or a value outside any list is complete,
+// and when the stream is destroyed, so that the reader stands right behind
+// what was consumed.
 class TextListIn final : public UnknownImpl<IListInStream> {
  public:
-  explicit TextListIn(IReader* reader) : reader_(reader) {}
+  explicit TextListIn(IReader* reader) : reader_(reader), gives_back_(reader->unread(0)) {}
+  ~TextListIn() override {
+    try {
+      giveBack();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
 
   void getBeginOfList() override {
     takeComma();
@@ -423,6 +435,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     advance();
     --depth_;
     element_read_ = true;
+    if (depth_ == 0) giveBack();
   }
   bool getComma() override {
     skipSpace();
@@ -513,9 +526,18 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     if (eof_) return false;
     consumed_ += size_;
     position_ = 0;
-    size_ = reader_->read(buffer_.data(), buffer_.size());
+    size_ = reader_->read(buffer_.data(), gives_back_ ? chunk_ : 1);
+    // Each top-level element starts with a small read that grows, so that
+    // what goes back at its end costs no more than the element itself.
+    if (chunk_ < buffer_.size()) chunk_ *= 2;
     if (size_ == 0) eof_ = true;
     return size_ != 0;
+  }
+  void giveBack() {
+    if (!gives_back_ || position_ == size_) return;
+    if (!reader_->unread(size_ - position_)) return;
+    size_ = position_;
+    chunk_ = kFirstChunk;
   }
   void skipSpace() {
     for (;;) {
@@ -536,6 +558,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   // Reads one element into word_; true when it was a quoted string.
   bool readElement() {
+    const bool quoted = readWord();
+    if (depth_ == 0) giveBack();
+    return quoted;
+  }
+  bool readWord() {
     takeComma();
     skipSpace();
     word_.clear();
@@ -655,7 +682,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     after_comma_ = false;
   }
 
+  static constexpr std::size_t kFirstChunk = 64;
+
   InterfacePtr<IReader> reader_;
+  bool gives_back_;
+  std::size_t chunk_ = kFirstChunk;
   std::array<char16_t, 4096> buffer_{};
   std::size_t position_ = 0;
   std::size_t size_ = 0;
@@ -836,9 +867,20 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
 
 void copy_value(IListInStream& in, ListToken token, IListOutStream* out);
 
+// Reads the file in blocks and, as the text reading side does, seeks back
+// to the end of what it consumed when the outermost list or a value outside
+// any list is complete and when the stream is destroyed. A token byte that
+// merges a closing brace with flags of what follows stays consumed: the file
+// then stands behind it.
 class BinaryListIn final : public UnknownImpl<IListInStream> {
  public:
-  explicit BinaryListIn(IFile* file) : file_(file) {}
+  explicit BinaryListIn(IFile* file) : file_(file), start_(file->position()) {}
+  ~BinaryListIn() override {
+    try {
+      giveBack();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
 
   void getBeginOfList() override {
     takeComma();
@@ -854,6 +896,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     clear(kEndFlag);
     --depth_;
     element_read_ = true;
+    settle();
   }
   bool getComma() override {
     if (!loadToken() || (token_ & kEndFlag) != 0 || (token_ & kCommaFlag) == 0) return false;
@@ -878,26 +921,19 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
     integer(takeKind(), negative, magnitude);
+    settle();
   }
   double getDouble() override {
-    const std::uint8_t kind = takeKind();
-    if (kind == kDouble) {
-      const std::uint64_t bits = little(8);
-      double value;
-      std::memcpy(&value, &bits, sizeof value);
-      return value;
-    }
-    if (kind == kFloat) return static_cast<double>(floatPayload());
-    bool negative = false;
-    std::uint64_t magnitude = 0;
-    integer(kind, negative, magnitude);
-    const auto value = static_cast<double>(magnitude);
-    return negative ? -value : value;
+    const double value = doublePayload(takeKind());
+    settle();
+    return value;
   }
   float getFloat() override {
     const std::uint8_t kind = takeKind();
     if (kind != kFloat) throw_list_stream_error();
-    return floatPayload();
+    const float value = floatPayload();
+    settle();
+    return value;
   }
   GUID getGuid() override {
     if (takeKind() != kGuid) throw_list_stream_error();
@@ -906,6 +942,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     value.Data2 = static_cast<std::uint16_t>(little(2));
     value.Data3 = static_cast<std::uint16_t>(little(2));
     bytes(value.Data4, 8);
+    settle();
     return value;
   }
   void getString(String& out) override {
@@ -919,6 +956,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
         units[i] = static_cast<char16_t>((units[i] << 8) | (units[i] >> 8));
     }
     out = std::move(text);
+    settle();
   }
   void getBytes(std::string& out) override {
     const std::uint8_t kind = takeKind();
@@ -927,35 +965,17 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (kind >= kString8 && kind <= kString64) {
       if (payloadCount(kind, kString8) != 0) throw_list_stream_error();
       out.clear();
-      return;
+    } else {
+      const std::uint64_t count = payloadCount(kind, kBytes8);
+      if (count > remaining()) throw_list_stream_error();
+      out.resize(static_cast<std::size_t>(count));
+      bytes(out.data(), out.size());
     }
-    const std::uint64_t count = payloadCount(kind, kBytes8);
-    if (count > remaining()) throw_list_stream_error();
-    out.resize(static_cast<std::size_t>(count));
-    bytes(out.data(), out.size());
+    settle();
   }
   void getNumeric(Numeric& out) override {
-    const std::uint8_t kind = takeKind();
-    if (kind != kNumeric) {
-      bool negative = false;
-      std::uint64_t magnitude = 0;
-      integer(kind, negative, magnitude);
-      out = Numeric(static_cast<unsigned long long>(magnitude));
-      if (negative) out = Numeric(0) - out;
-      return;
-    }
-    std::uint64_t length = 0;
-    for (int shift = 0;; shift += 7) {
-      if (shift > 63) throw_list_stream_error();
-      const std::uint64_t byte = little(1);
-      length |= (byte & 0x7F) << shift;
-      if ((byte & 0x80) == 0) break;
-    }
-    if (length > remaining()) throw_list_stream_error();
-    std::string text(static_cast<std::size_t>(length), '\0');
-    bytes(text.data(), text.size());
-    const std::u16string wide(text.begin(), text.end());
-    out = parse_numeric(wide);
+    numericPayload(takeKind(), out);
+    settle();
   }
   void skipListContent(String* saved) override {
     InterfacePtr<StringWriter> text;
@@ -998,13 +1018,75 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   std::uint64_t position() override { return consumed_ + position_; }
 
  private:
+  void numericPayload(std::uint8_t kind, Numeric& out) {
+    if (kind != kNumeric) {
+      bool negative = false;
+      std::uint64_t magnitude = 0;
+      integer(kind, negative, magnitude);
+      out = Numeric(static_cast<unsigned long long>(magnitude));
+      if (negative) out = Numeric(0) - out;
+      return;
+    }
+    std::uint64_t length = 0;
+    for (int shift = 0;; shift += 7) {
+      if (shift > 63) throw_list_stream_error();
+      const std::uint64_t byte = little(1);
+      length |= (byte & 0x7F) << shift;
+      if ((byte & 0x80) == 0) break;
+    }
+    if (length > remaining()) throw_list_stream_error();
+    std::string text(static_cast<std::size_t>(length), '\0');
+    bytes(text.data(), text.size());
+    const std::u16string wide(text.begin(), text.end());
+    out = parse_numeric(wide);
+  }
+  double doublePayload(std::uint8_t kind) {
+    if (kind == kDouble) {
+      const std::uint64_t bits = little(8);
+      double value;
+      std::memcpy(&value, &bits, sizeof value);
+      return value;
+    }
+    if (kind == kFloat) return static_cast<double>(floatPayload());
+    bool negative = false;
+    std::uint64_t magnitude = 0;
+    integer(kind, negative, magnitude);
+    const auto value = static_cast<double>(magnitude);
+    return negative ? -value : value;
+  }
+  // Once the outermost list or a value outside any list is complete, the
+  // file goes back to the end of what was consumed.
+  void settle() {
+    if (depth_ == 0) giveBack();
+  }
+  // A token byte loaded by peek() goes back whole; one whose flags were
+  // partly taken stays consumed. A file that someone else moved meanwhile is
+  // left where it is.
+  void giveBack() {
+    if (token_ != 0 && !token_whole_) return;
+    if (token_whole_) {
+      --position_;
+      token_ = 0;
+      token_whole_ = false;
+    }
+    if (position_ == size_ || file_->position() != start_ + consumed_ + size_) return;
+    file_->seek(file_->position() - (size_ - position_));
+    consumed_ += position_;
+    position_ = 0;
+    size_ = 0;
+    chunk_ = kFirstChunk;
+  }
   bool fill() {
     if (position_ < size_) return true;
     consumed_ += size_;
     position_ = 0;
-    size_ = file_->read(buffer_.data(), buffer_.size());
+    size_ = file_->read(buffer_.data(), chunk_);
+    // Each top-level element starts with a small read that grows, so that
+    // what goes back at its end costs no more than the element itself.
+    if (chunk_ < buffer_.size()) chunk_ *= 2;
     return size_ != 0;
   }
+
   std::uint64_t remaining() {
     const std::uint64_t length = file_->length();
     const std::uint64_t at = file_->position();
@@ -1053,9 +1135,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (!fill()) return false;
     token_ = buffer_[position_++];
     if (token_ == 0) throw_list_stream_error();
+    token_whole_ = true;
     return true;
   }
-  void clear(std::uint8_t flag) { token_ &= static_cast<std::uint8_t>(~flag); }
+  void clear(std::uint8_t flag) {
+    token_ &= static_cast<std::uint8_t>(~flag);
+    token_whole_ = false;
+  }
   void takeComma() {
     if (!loadToken() || (token_ & kEndFlag) != 0) throw_list_stream_error();
     const bool comma = (token_ & kCommaFlag) != 0;
@@ -1070,6 +1156,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     const std::uint8_t kind = token_;
     if (kind > kBytes64) throw_list_stream_error();
     token_ = 0;
+    token_whole_ = false;
     element_read_ = true;
     after_comma_ = false;
     return kind;
@@ -1086,7 +1173,12 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     magnitude = little(kSizes[kind - kU8]);
   }
 
+  static constexpr std::size_t kFirstChunk = 64;
+
   InterfacePtr<IFile> file_;
+  std::uint64_t start_;  // where the file stood when reading began
+  bool token_whole_ = false;
+  std::size_t chunk_ = kFirstChunk;
   std::array<unsigned char, 16384> buffer_{};
   std::size_t position_ = 0;
   std::size_t size_ = 0;

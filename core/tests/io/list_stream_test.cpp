@@ -740,6 +740,76 @@ TEST(ListStream, EmptyByteBlockAtEndOfListSurvivesEveryReader) {
   }
 }
 
+// A reader that cannot give units back.
+class OneWayReader final : public UnknownImpl<IReader> {
+ public:
+  explicit OneWayReader(const String& text) : inner_(new StringReader(text)) {}
+  std::size_t read(char16_t* buffer, std::size_t count) override {
+    return inner_->read(buffer, count);
+  }
+
+ private:
+  InterfacePtr<StringReader> inner_;
+};
+
+// Regression: a list reader pulled up to 4,096 characters from its reader
+// (16 KB from its file) and kept them, so a second list read through another
+// stream over the same source was lost.
+TEST(ListStream, ListReaderLeavesWhatFollowsTheList) {
+  const struct {
+    const char* first;
+    const char* second;
+  } cases[] = {
+      {"{ i:1 }", "{ i:2 }"},
+      {"{ i:1 { s:a } }", "{ }"},
+      {"{ x*5000 s:} }", "{ s:b x*3000 }"},
+      {"{ { } }", "{ { i:1 } }"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.first) + " then " + c.second);
+    const std::vector<Op> first = parse_ops(c.first);
+    const std::vector<Op> second = parse_ops(c.second);
+    const std::u16string text = std::u16string(std::u16string_view(write_text(first))) +
+                                std::u16string(std::u16string_view(write_text(second)));
+    const InterfacePtr<IReader> readers[] = {InterfacePtr<IReader>(new StringReader(String(text))),
+                                             InterfacePtr<IReader>(new OneWayReader(String(text)))};
+    for (const InterfacePtr<IReader>& reader : readers) {
+      ListInStream one(reader.get());
+      read_ops(one, first);
+      ListInStream two(reader.get());  // while the first is still alive
+      read_ops(two, second);
+      EXPECT_EQ(two.peek(), ListToken::End);
+    }
+    // The binary encoding: two streams write one after the other into one file.
+    InterfacePtr<MemoryFile> file(new MemoryFile);
+    ListOutStream out_one(file.get());
+    write_ops(out_one, first);
+    out_one.close();
+    const std::uint64_t first_size = file->position();
+    ListOutStream out_two(file.get());
+    write_ops(out_two, second);
+    out_two.close();
+    file->seek(0);
+    ListInStream one(file.get());
+    read_ops(one, first);
+    EXPECT_EQ(file->position(), first_size);
+    ListInStream two(file.get());
+    read_ops(two, second);
+    EXPECT_EQ(two.peek(), ListToken::End);
+  }
+  // A value outside any list, and a stream dropped after looking ahead.
+  InterfacePtr<MemoryFile> file(new MemoryFile(write_binary(parse_ops("i:300 { }"))));
+  {
+    ListInStream in(file.get());
+    int value = 0;
+    in.get(value);
+    EXPECT_EQ(value, 300);
+    EXPECT_EQ(file->position(), 3u);
+    EXPECT_EQ(in.peek(), ListToken::Comma);
+  }
+  EXPECT_EQ(file->position(), 3u);
+}
+
 TEST(ListStream, CopyConvertsBetweenEncodings) {
   const std::u16string text =
       u"{1,-2,18446744073709551615,-9223372036854775809,12.5,1e+300,\"s\",\n"
