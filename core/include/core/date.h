@@ -51,7 +51,8 @@ class CORE_EXPORT Date {
   // Any count, including invalid ones.
   constexpr explicit Date(std::uint64_t ticks) noexcept : ticks_(ticks) {}
   // Year 1..9999, month 1..12, day 1..days of the month, hour 0..23, minute
-  // and second 0..59. Parts that do not form a valid date give the empty date.
+  // and second 0..59. Parts that do not form a valid date give the empty date,
+  // whatever their values (INT_MIN and INT_MAX included).
   constexpr Date(int year, int month, int day) noexcept;
   constexpr Date(int year, int month, int day, int hour, int minute, int second) noexcept;
 
@@ -82,8 +83,10 @@ class CORE_EXPORT Date {
   // Monday 1 .. Sunday 7; 0 for an invalid count.
   int getWeekDay() const noexcept;
   // The week of the year (1 for the week of 1 January) with weeks starting on
-  // `first`; the first week may be partial.
-  int getYearWeek(WeekDay first) const noexcept;
+  // `first`; the first week may be partial. Throws `IllegalArgumentException`
+  // ("IDS_ERR_ILLEGAL_ARGUMENT") for a `first` outside Monday..Sunday, even
+  // when the count is invalid.
+  int getYearWeek(WeekDay first) const;
   int getYearWeek() const;  // the calling thread's first day of the week
   int getHour() const noexcept;
   int getMinute() const noexcept;
@@ -114,16 +117,18 @@ class CORE_EXPORT Date {
   // begOfWeek(first) goes back to the last `first` on or before the day, but
   // not before 0001-01-01; endOfWeek(first) is 6 days 23:59:59 later, cut to
   // kMaxTicks. The forms without `first` read the calling thread's first day
-  // of the week. Each returns an invalid count unchanged.
+  // of the week. Each returns an invalid count unchanged. begOfWeek(first)
+  // and endOfWeek(first) throw `IllegalArgumentException`
+  // ("IDS_ERR_ILLEGAL_ARGUMENT") for a `first` outside Monday..Sunday.
   Date begOfMinute() const noexcept;
   Date endOfMinute() const noexcept;
   Date begOfHour() const noexcept;
   Date endOfHour() const noexcept;
   Date begOfDay() const noexcept;
   Date endOfDay() const noexcept;
-  Date begOfWeek(WeekDay first) const noexcept;
+  Date begOfWeek(WeekDay first) const;
   Date begOfWeek() const;
-  Date endOfWeek(WeekDay first) const noexcept;
+  Date endOfWeek(WeekDay first) const;
   Date endOfWeek() const;
   Date begOfMonth() const noexcept;
   Date endOfMonth() const noexcept;
@@ -254,7 +259,8 @@ constexpr CivilDay civil_from_days(std::uint32_t days) noexcept {
 // The count of the parts, or false when they do not form a valid date.
 constexpr bool ticks_from_parts(int year, int month, int day, int hour, int minute, int second,
                                 std::uint64_t& ticks) noexcept {
-  if (static_cast<unsigned>(year - 1) >= 9999u || static_cast<unsigned>(month - 1) >= 12u ||
+  // The differences are taken unsigned: year - 1 would overflow for INT_MIN.
+  if (static_cast<unsigned>(year) - 1u >= 9999u || static_cast<unsigned>(month) - 1u >= 12u ||
       static_cast<unsigned>(hour) >= 24u || static_cast<unsigned>(minute) >= 60u ||
       static_cast<unsigned>(second) >= 60u || day < 1) {
     return false;

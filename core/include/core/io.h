@@ -56,6 +56,15 @@ class IReader : public IUnknown {
   // Reads up to `count` code units into `buffer` and returns how many were
   // read; 0 only at the end of the input.
   virtual std::size_t read(char16_t* buffer, std::size_t count) = 0;
+  // Gives back the last `count` units that read() returned, so that the next
+  // read() returns them again, and returns true. A reader that cannot give
+  // units back returns false and keeps its position; so does every reader
+  // asked for more units than it has returned. unread(0) tells whether the
+  // reader gives back at all. The default gives back nothing.
+  virtual bool unread(std::size_t count) {
+    (void)count;
+    return false;
+  }
 
  protected:
   ~IReader() override = default;
@@ -147,6 +156,7 @@ class CORE_EXPORT StringReader final : public UnknownImpl<IReader> {
  public:
   explicit StringReader(const String& text) : text_(text) {}
   std::size_t read(char16_t* buffer, std::size_t count) override;
+  bool unread(std::size_t count) override;
 
  private:
   String text_;

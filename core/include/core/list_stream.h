@@ -26,10 +26,24 @@
 //   LEB128 length followed by that many ASCII bytes.
 // - get() of a string also accepts a bare word (an identifier), white space
 //   around it removed.
-// - An empty byte block writes no characters in the text encoding; it reads
-//   back as an empty byte block where bytes are expected.
+// - An empty byte block is written as "" (the empty quoted string) in the
+//   text encoding, so that it stays an element of its own for skipping and
+//   copying. Where bytes are expected, "" reads as an empty block, and so
+//   does an empty string of the binary encoding (what a copy of "" into
+//   binary gives); every other quoted text is refused there. An empty bare
+//   word also reads as an empty block, but skipping and copying refuse a
+//   comma before "}" (see above).
 // - skipListContent() leaves the closing brace of the skipped list for the
 //   caller's getEndOfList().
+// - A reading stream never keeps what follows the value or list it read
+//   outside any list: once that is complete (and when the stream is
+//   destroyed) the source stands right behind it, so another stream can read
+//   what follows. The text side reads ahead in blocks only from a reader
+//   whose IReader::unread gives units back (StringReader does), and gives
+//   them back; from any other reader it takes one unit at a time, holding at
+//   most the one character of look-ahead a bare word needs to find its end.
+//   The binary side seeks its file back; a peek() outside any list holds
+//   its token byte until the stream is destroyed.
 #ifndef CORE_LIST_STREAM_H_
 #define CORE_LIST_STREAM_H_
 
@@ -127,6 +141,8 @@ class IListInStream : public IUnknown {
 CORE_EXPORT InterfacePtr<IListOutStream> create_text_list_out_stream(IWriter* writer);
 // The binary encoding over `file` (acquired), from its current position.
 CORE_EXPORT InterfacePtr<IListOutStream> create_binary_list_out_stream(IFile* file);
+// The reading sides; a null reader or file throws `ListStreamException`
+// ("IDS_LISTSTREAMERROR"), as does every call of a writing side over null.
 CORE_EXPORT InterfacePtr<IListInStream> create_text_list_in_stream(IReader* reader);
 CORE_EXPORT InterfacePtr<IListInStream> create_binary_list_in_stream(IFile* file);
 
@@ -197,7 +213,9 @@ class CORE_EXPORT ListOutStream {
   InterfacePtr<IListOutStream> impl_;
 };
 
-// Reads brace lists. Copies share the implementation.
+// Reads brace lists. Copies share the implementation. A null reader, file
+// or stream gives a stream every call of which throws `ListStreamException`
+// ("IDS_LISTSTREAMERROR"), as ListOutStream does.
 //
 // Every malformed input (a missing brace or comma, text where a number is
 // expected, a number out of the requested type's range, the end of the input
@@ -260,17 +278,18 @@ class CORE_EXPORT ListInStream {
   // Skips the rest of the current list; its closing brace is left for
   // getEndOfList().
   void skipListContent();
-  // The same, appending the skipped text (white space and commas included;
-  // for the binary encoding, the text form of the skipped elements) to
-  // `saved`.
+  // The same, appending the skipped text (white space and commas included,
+  // the comma after an element already read too; for the binary encoding,
+  // the text form of the skipped elements) to `saved`.
   void skipAndSaveListContent(String& saved);
 
   // Code units (text) or bytes (binary) consumed so far.
-  std::uint64_t position() { return impl_->position(); }
+  std::uint64_t position();
 
   IListInStream* get() const noexcept { return impl_.get(); }
 
  private:
+  IListInStream* impl() const;
   template <class T>
   void getSignedAs(T& value);
   template <class T>

@@ -354,7 +354,15 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
   }
   void putBytes(const void* data, std::size_t count) override {
     beginValue();
-    encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+    // The Base64 text of no bytes is empty, which would leave no element at
+    // all ("{1,}", or "{}" for a list of one empty block): the empty quoted
+    // string stands in for it.
+    if (count == 0) {
+      buffer_.push_back(u'"');
+      buffer_.push_back(u'"');
+    } else {
+      encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+    }
     endValue();
   }
   void putNumeric(const Numeric& value) override {
@@ -396,9 +404,21 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
 // ---------------------------------------------------------------------------
 // The text encoding, reading side.
 
+// Reads ahead of what it consumes only from a reader that gives units back
+// (IReader::unread); from any other reader it takes one unit at a time, so
+// that it holds no more than one character of look-ahead. What it read ahead
+// goes back when the outermost list or a value outside any list is complete,
+// and when the stream is destroyed, so that the reader stands right behind
+// what was consumed.
 class TextListIn final : public UnknownImpl<IListInStream> {
  public:
-  explicit TextListIn(IReader* reader) : reader_(reader) {}
+  explicit TextListIn(IReader* reader) : reader_(reader), gives_back_(reader->unread(0)) {}
+  ~TextListIn() override {
+    try {
+      giveBack();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
 
   void getBeginOfList() override {
     takeComma();
@@ -415,6 +435,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     advance();
     --depth_;
     element_read_ = true;
+    if (depth_ == 0) giveBack();
   }
   bool getComma() override {
     skipSpace();
@@ -471,7 +492,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     out = String(word);
   }
   void getBytes(std::string& out) override {
-    if (readElement()) throw_list_stream_error();
+    if (readElement() && !word_.empty()) throw_list_stream_error();
     decode_base64(word_, out);
   }
   void getNumeric(Numeric& out) override {
@@ -505,9 +526,18 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     if (eof_) return false;
     consumed_ += size_;
     position_ = 0;
-    size_ = reader_->read(buffer_.data(), buffer_.size());
+    size_ = reader_->read(buffer_.data(), gives_back_ ? chunk_ : 1);
+    // Each top-level element starts with a small read that grows, so that
+    // what goes back at its end costs no more than the element itself.
+    if (chunk_ < buffer_.size()) chunk_ *= 2;
     if (size_ == 0) eof_ = true;
     return size_ != 0;
+  }
+  void giveBack() {
+    if (!gives_back_ || position_ == size_) return;
+    if (!reader_->unread(size_ - position_)) return;
+    size_ = position_;
+    chunk_ = kFirstChunk;
   }
   void skipSpace() {
     for (;;) {
@@ -528,6 +558,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   // Reads one element into word_; true when it was a quoted string.
   bool readElement() {
+    const bool quoted = readWord();
+    if (depth_ == 0) giveBack();
+    return quoted;
+  }
+  bool readWord() {
     takeComma();
     skipSpace();
     word_.clear();
@@ -647,7 +682,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     after_comma_ = false;
   }
 
+  static constexpr std::size_t kFirstChunk = 64;
+
   InterfacePtr<IReader> reader_;
+  bool gives_back_;
+  std::size_t chunk_ = kFirstChunk;
   std::array<char16_t, 4096> buffer_{};
   std::size_t position_ = 0;
   std::size_t size_ = 0;
@@ -828,9 +867,20 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
 
 void copy_value(IListInStream& in, ListToken token, IListOutStream* out);
 
+// Reads the file in blocks and, as the text reading side does, seeks back
+// to the end of what it consumed when the outermost list or a value outside
+// any list is complete and when the stream is destroyed. A token byte that
+// merges a closing brace with flags of what follows stays consumed: the file
+// then stands behind it.
 class BinaryListIn final : public UnknownImpl<IListInStream> {
  public:
-  explicit BinaryListIn(IFile* file) : file_(file) {}
+  explicit BinaryListIn(IFile* file) : file_(file), start_(file->position()) {}
+  ~BinaryListIn() override {
+    try {
+      giveBack();
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
+    }
+  }
 
   void getBeginOfList() override {
     takeComma();
@@ -846,6 +896,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     clear(kEndFlag);
     --depth_;
     element_read_ = true;
+    settle();
   }
   bool getComma() override {
     if (!loadToken() || (token_ & kEndFlag) != 0 || (token_ & kCommaFlag) == 0) return false;
@@ -870,26 +921,19 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
     integer(takeKind(), negative, magnitude);
+    settle();
   }
   double getDouble() override {
-    const std::uint8_t kind = takeKind();
-    if (kind == kDouble) {
-      const std::uint64_t bits = little(8);
-      double value;
-      std::memcpy(&value, &bits, sizeof value);
-      return value;
-    }
-    if (kind == kFloat) return static_cast<double>(floatPayload());
-    bool negative = false;
-    std::uint64_t magnitude = 0;
-    integer(kind, negative, magnitude);
-    const auto value = static_cast<double>(magnitude);
-    return negative ? -value : value;
+    const double value = doublePayload(takeKind());
+    settle();
+    return value;
   }
   float getFloat() override {
     const std::uint8_t kind = takeKind();
     if (kind != kFloat) throw_list_stream_error();
-    return floatPayload();
+    const float value = floatPayload();
+    settle();
+    return value;
   }
   GUID getGuid() override {
     if (takeKind() != kGuid) throw_list_stream_error();
@@ -898,6 +942,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     value.Data2 = static_cast<std::uint16_t>(little(2));
     value.Data3 = static_cast<std::uint16_t>(little(2));
     bytes(value.Data4, 8);
+    settle();
     return value;
   }
   void getString(String& out) override {
@@ -911,35 +956,26 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
         units[i] = static_cast<char16_t>((units[i] << 8) | (units[i] >> 8));
     }
     out = std::move(text);
+    settle();
   }
   void getBytes(std::string& out) override {
-    const std::uint64_t count = payloadCount(takeKind(), kBytes8);
-    if (count > remaining()) throw_list_stream_error();
-    out.resize(static_cast<std::size_t>(count));
-    bytes(out.data(), out.size());
+    const std::uint8_t kind = takeKind();
+    // An empty string is an empty block, as "" is in the text encoding: a
+    // copy of text into binary keeps it a string.
+    if (kind >= kString8 && kind <= kString64) {
+      if (payloadCount(kind, kString8) != 0) throw_list_stream_error();
+      out.clear();
+    } else {
+      const std::uint64_t count = payloadCount(kind, kBytes8);
+      if (count > remaining()) throw_list_stream_error();
+      out.resize(static_cast<std::size_t>(count));
+      bytes(out.data(), out.size());
+    }
+    settle();
   }
   void getNumeric(Numeric& out) override {
-    const std::uint8_t kind = takeKind();
-    if (kind != kNumeric) {
-      bool negative = false;
-      std::uint64_t magnitude = 0;
-      integer(kind, negative, magnitude);
-      out = Numeric(static_cast<unsigned long long>(magnitude));
-      if (negative) out = Numeric(0) - out;
-      return;
-    }
-    std::uint64_t length = 0;
-    for (int shift = 0;; shift += 7) {
-      if (shift > 63) throw_list_stream_error();
-      const std::uint64_t byte = little(1);
-      length |= (byte & 0x7F) << shift;
-      if ((byte & 0x80) == 0) break;
-    }
-    if (length > remaining()) throw_list_stream_error();
-    std::string text(static_cast<std::size_t>(length), '\0');
-    bytes(text.data(), text.size());
-    const std::u16string wide(text.begin(), text.end());
-    out = parse_numeric(wide);
+    numericPayload(takeKind(), out);
+    settle();
   }
   void skipListContent(String* saved) override {
     InterfacePtr<StringWriter> text;
@@ -947,6 +983,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (saved != nullptr) {
       text.reset(new StringWriter);
       out = create_text_list_out_stream(text.get());
+    }
+    // The comma that separates the skipped text from the element read before
+    // it is saved, as the text encoding saves it; the text writer knows of
+    // no element before its first one, so it is added here.
+    if (saved != nullptr && element_read_ && peek() == ListToken::Comma) {
+      getComma();
+      saved->append(u',');
     }
     std::size_t nested = 0;
     for (;;) {
@@ -975,13 +1018,75 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   std::uint64_t position() override { return consumed_ + position_; }
 
  private:
+  void numericPayload(std::uint8_t kind, Numeric& out) {
+    if (kind != kNumeric) {
+      bool negative = false;
+      std::uint64_t magnitude = 0;
+      integer(kind, negative, magnitude);
+      out = Numeric(static_cast<unsigned long long>(magnitude));
+      if (negative) out = Numeric(0) - out;
+      return;
+    }
+    std::uint64_t length = 0;
+    for (int shift = 0;; shift += 7) {
+      if (shift > 63) throw_list_stream_error();
+      const std::uint64_t byte = little(1);
+      length |= (byte & 0x7F) << shift;
+      if ((byte & 0x80) == 0) break;
+    }
+    if (length > remaining()) throw_list_stream_error();
+    std::string text(static_cast<std::size_t>(length), '\0');
+    bytes(text.data(), text.size());
+    const std::u16string wide(text.begin(), text.end());
+    out = parse_numeric(wide);
+  }
+  double doublePayload(std::uint8_t kind) {
+    if (kind == kDouble) {
+      const std::uint64_t bits = little(8);
+      double value;
+      std::memcpy(&value, &bits, sizeof value);
+      return value;
+    }
+    if (kind == kFloat) return static_cast<double>(floatPayload());
+    bool negative = false;
+    std::uint64_t magnitude = 0;
+    integer(kind, negative, magnitude);
+    const auto value = static_cast<double>(magnitude);
+    return negative ? -value : value;
+  }
+  // Once the outermost list or a value outside any list is complete, the
+  // file goes back to the end of what was consumed.
+  void settle() {
+    if (depth_ == 0) giveBack();
+  }
+  // A token byte loaded by peek() goes back whole; one whose flags were
+  // partly taken stays consumed. A file that someone else moved meanwhile is
+  // left where it is.
+  void giveBack() {
+    if (token_ != 0 && !token_whole_) return;
+    if (token_whole_) {
+      --position_;
+      token_ = 0;
+      token_whole_ = false;
+    }
+    if (position_ == size_ || file_->position() != start_ + consumed_ + size_) return;
+    file_->seek(file_->position() - (size_ - position_));
+    consumed_ += position_;
+    position_ = 0;
+    size_ = 0;
+    chunk_ = kFirstChunk;
+  }
   bool fill() {
     if (position_ < size_) return true;
     consumed_ += size_;
     position_ = 0;
-    size_ = file_->read(buffer_.data(), buffer_.size());
+    size_ = file_->read(buffer_.data(), chunk_);
+    // Each top-level element starts with a small read that grows, so that
+    // what goes back at its end costs no more than the element itself.
+    if (chunk_ < buffer_.size()) chunk_ *= 2;
     return size_ != 0;
   }
+
   std::uint64_t remaining() {
     const std::uint64_t length = file_->length();
     const std::uint64_t at = file_->position();
@@ -1030,9 +1135,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     if (!fill()) return false;
     token_ = buffer_[position_++];
     if (token_ == 0) throw_list_stream_error();
+    token_whole_ = true;
     return true;
   }
-  void clear(std::uint8_t flag) { token_ &= static_cast<std::uint8_t>(~flag); }
+  void clear(std::uint8_t flag) {
+    token_ &= static_cast<std::uint8_t>(~flag);
+    token_whole_ = false;
+  }
   void takeComma() {
     if (!loadToken() || (token_ & kEndFlag) != 0) throw_list_stream_error();
     const bool comma = (token_ & kCommaFlag) != 0;
@@ -1047,6 +1156,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     const std::uint8_t kind = token_;
     if (kind > kBytes64) throw_list_stream_error();
     token_ = 0;
+    token_whole_ = false;
     element_read_ = true;
     after_comma_ = false;
     return kind;
@@ -1063,7 +1173,12 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     magnitude = little(kSizes[kind - kU8]);
   }
 
+  static constexpr std::size_t kFirstChunk = 64;
+
   InterfacePtr<IFile> file_;
+  std::uint64_t start_;  // where the file stood when reading began
+  bool token_whole_ = false;
+  std::size_t chunk_ = kFirstChunk;
   std::array<unsigned char, 16384> buffer_{};
   std::size_t position_ = 0;
   std::size_t size_ = 0;
@@ -1166,9 +1281,11 @@ InterfacePtr<IListOutStream> create_binary_list_out_stream(IFile* file) {
   return InterfacePtr<IListOutStream>(new BinaryListOut(file));
 }
 InterfacePtr<IListInStream> create_text_list_in_stream(IReader* reader) {
+  if (reader == nullptr) throw_list_stream_error();
   return InterfacePtr<IListInStream>(new TextListIn(reader));
 }
 InterfacePtr<IListInStream> create_binary_list_in_stream(IFile* file) {
+  if (file == nullptr) throw_list_stream_error();
   return InterfacePtr<IListInStream>(new BinaryListIn(file));
 }
 
@@ -1227,24 +1344,38 @@ void ListOutStream::put(IFileEx* object) {
 // ---------------------------------------------------------------------------
 // ListInStream.
 
-ListInStream::ListInStream(IReader* reader) : impl_(create_text_list_in_stream(reader)) {}
-ListInStream::ListInStream(IFile* file) : impl_(create_binary_list_in_stream(file)) {}
+// A null source leaves impl_ empty, so that every call throws, as it does
+// for ListOutStream.
+ListInStream::ListInStream(IReader* reader) { reinit(reader); }
+ListInStream::ListInStream(IFile* file) { reinit(file); }
 ListInStream::ListInStream(IListInStream* stream) : impl_(stream) {}
 
-void ListInStream::reinit(IReader* reader) { impl_ = create_text_list_in_stream(reader); }
-void ListInStream::reinit(IFile* file) { impl_ = create_binary_list_in_stream(file); }
+void ListInStream::reinit(IReader* reader) {
+  impl_.reset();
+  if (reader != nullptr) impl_ = create_text_list_in_stream(reader);
+}
+void ListInStream::reinit(IFile* file) {
+  impl_.reset();
+  if (file != nullptr) impl_ = create_binary_list_in_stream(file);
+}
 void ListInStream::reinit(IListInStream* stream) { impl_.reset(stream); }
 
-void ListInStream::getBeginOfList() { impl_->getBeginOfList(); }
-void ListInStream::getEndOfList() { impl_->getEndOfList(); }
-bool ListInStream::getComma() { return impl_->getComma(); }
-ListToken ListInStream::peek() { return impl_->peek(); }
+IListInStream* ListInStream::impl() const {
+  if (!impl_) throw_list_stream_error();
+  return impl_.get();
+}
+
+std::uint64_t ListInStream::position() { return impl()->position(); }
+void ListInStream::getBeginOfList() { impl()->getBeginOfList(); }
+void ListInStream::getEndOfList() { impl()->getEndOfList(); }
+bool ListInStream::getComma() { return impl()->getComma(); }
+ListToken ListInStream::peek() { return impl()->peek(); }
 
 template <class T>
 void ListInStream::getSignedAs(T& value) {
   bool negative = false;
   std::uint64_t magnitude = 0;
-  impl_->getInteger(negative, magnitude);
+  impl()->getInteger(negative, magnitude);
   using Unsigned = std::make_unsigned_t<T>;
   constexpr auto kMax = static_cast<std::uint64_t>(std::numeric_limits<T>::max());
   if (!negative) {
@@ -1260,7 +1391,7 @@ template <class T>
 void ListInStream::getUnsignedAs(T& value) {
   bool negative = false;
   std::uint64_t magnitude = 0;
-  impl_->getInteger(negative, magnitude);
+  impl()->getInteger(negative, magnitude);
   if ((negative && magnitude != 0) || magnitude > std::numeric_limits<T>::max())
     throw_list_stream_error();
   value = static_cast<T>(magnitude);
@@ -1282,55 +1413,55 @@ void ListInStream::get(unsigned short& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned int& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned long& value) { getUnsignedAs(value); }
 void ListInStream::get(unsigned long long& value) { getUnsignedAs(value); }
-void ListInStream::get(float& value) { value = impl_->getFloat(); }
-void ListInStream::get(double& value) { value = impl_->getDouble(); }
+void ListInStream::get(float& value) { value = impl()->getFloat(); }
+void ListInStream::get(double& value) { value = impl()->getDouble(); }
 void ListInStream::get(char16_t& value) { getUnsignedAs(value); }
-void ListInStream::get(GUID& value) { value = impl_->getGuid(); }
-void ListInStream::get(String& value) { impl_->getString(value); }
+void ListInStream::get(GUID& value) { value = impl()->getGuid(); }
+void ListInStream::get(String& value) { impl()->getString(value); }
 
 void ListInStream::get(char16_t* text, std::size_t size) {
   String value;
-  impl_->getString(value);
+  impl()->getString(value);
   if (value.size() >= size) throw_list_stream_error();
   std::memcpy(text, value.data(), value.size() * sizeof(char16_t));
   text[value.size()] = 0;
 }
 
 void ListInStream::get(String& value, const char16_t* def) {
-  if (impl_->peek() == ListToken::EndOfList) {
+  if (impl()->peek() == ListToken::EndOfList) {
     value = def == nullptr ? String() : String(def);
     return;
   }
-  impl_->getString(value);
+  impl()->getString(value);
 }
 void ListInStream::get(String& value, const String& def) {
-  if (impl_->peek() == ListToken::EndOfList) {
+  if (impl()->peek() == ListToken::EndOfList) {
     value = def;
     return;
   }
-  impl_->getString(value);
+  impl()->getString(value);
 }
 
-void ListInStream::get(std::string& bytes) { impl_->getBytes(bytes); }
+void ListInStream::get(std::string& bytes) { impl()->getBytes(bytes); }
 
 void ListInStream::get(void* data, std::size_t count) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   if (bytes.size() != count) throw_list_stream_error();
   if (count != 0) std::memcpy(data, bytes.data(), count);
 }
 
-void ListInStream::get(Numeric& value) { impl_->getNumeric(value); }
+void ListInStream::get(Numeric& value) { impl()->getNumeric(value); }
 
 void ListInStream::get(IFile* file) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   file->write(bytes.data(), bytes.size());
 }
 
 void ListInStream::get(IFileEx* object) {
   std::string bytes;
-  impl_->getBytes(bytes);
+  impl()->getBytes(bytes);
   InterfacePtr<MemoryFile> file(new MemoryFile(bytes));
   object->readFrom(file.get());
 }
@@ -1341,13 +1472,13 @@ void ListInStream::get(std::vector<bool>::reference bit) {
   bit = value;
 }
 
-void ListInStream::skipListContent() { impl_->skipListContent(nullptr); }
-void ListInStream::skipAndSaveListContent(String& saved) { impl_->skipListContent(&saved); }
+void ListInStream::skipListContent() { impl()->skipListContent(nullptr); }
+void ListInStream::skipAndSaveListContent(String& saved) { impl()->skipListContent(&saved); }
 
 void copy_list_stream(ListInStream& in, ListOutStream& out) {
   IListInStream* source = in.get();
   IListOutStream* target = out.get();
-  if (target == nullptr) throw_list_stream_error();
+  if (source == nullptr || target == nullptr) throw_list_stream_error();
   std::size_t depth = 0;
   for (;;) {
     const ListToken token = source->peek();

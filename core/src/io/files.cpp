@@ -40,6 +40,12 @@ std::size_t StringReader::read(char16_t* buffer, std::size_t count) {
   return n;
 }
 
+bool StringReader::unread(std::size_t count) {
+  if (count > position_) return false;
+  position_ -= count;
+  return true;
+}
+
 // ---------------------------------------------------------------------------
 // UTF-8 over a file.
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "core/thread.h"
+#include "internal/throw.h"
 #include "platform/clock.h"
 
 namespace core {
@@ -48,6 +49,13 @@ inline std::uint64_t ticks_from_parts(int year, int month, int day, int hour, in
 inline int week_day_of_days(std::uint64_t days) noexcept {
   const int day = static_cast<int>((days + 1) % 7);
   return day == 0 ? 7 : day;
+}
+
+// A first day of the week outside the enumeration would shift the week by
+// any number of days instead of less than seven.
+void check_week_day(WeekDay first) {
+  const int value = static_cast<int>(first);
+  if (value < 1 || value > 7) detail::throw_illegal_argument(value);
 }
 
 Date from_unix_ms(std::int64_t ms) noexcept {
@@ -325,7 +333,8 @@ int Date::getWeekDay() const noexcept {
   return isValid() ? week_day_of_days(ticks_ / kTicksPerDay) : 0;
 }
 
-int Date::getYearWeek(WeekDay first) const noexcept {
+int Date::getYearWeek(WeekDay first) const {
+  check_week_day(first);
   if (!isValid()) return 0;
   const Civil civil = civil_from_days(static_cast<std::uint32_t>(ticks_ / kTicksPerDay));
   const int january_first =
@@ -426,7 +435,8 @@ Date Date::endOfDay() const noexcept {
   return isValid() ? Date(begOfDay().ticks_ + 86'399 * kTicksPerSecond) : *this;
 }
 
-Date Date::begOfWeek(WeekDay first) const noexcept {
+Date Date::begOfWeek(WeekDay first) const {
+  check_week_day(first);
   if (!isValid()) return *this;
   const std::uint64_t days = ticks_ / kTicksPerDay;
   const auto back =
@@ -436,7 +446,8 @@ Date Date::begOfWeek(WeekDay first) const noexcept {
 
 Date Date::begOfWeek() const { return begOfWeek(Thread::firstDayOfWeek()); }
 
-Date Date::endOfWeek(WeekDay first) const noexcept {
+Date Date::endOfWeek(WeekDay first) const {
+  check_week_day(first);
   if (!isValid()) return *this;
   return Date(std::min(begOfWeek(first).ticks_ + kWeekEndOffset, kMaxTicks));
 }

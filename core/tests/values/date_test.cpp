@@ -4,11 +4,14 @@
 
 #include <chrono>
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <string>
 #include <thread>
 
+#include "core/exception_classes.h"
 #include "core/thread.h"
+#include "test_util.h"
 
 namespace core {
 namespace {
@@ -126,6 +129,49 @@ TEST(Date, PartsThatDoNotFormADateGiveTheEmptyDate) {
   EXPECT_EQ(Date::daysPerMonth(2020, 13), 0);
   EXPECT_FALSE(Date::isLeapYear(0));
   EXPECT_FALSE(Date::isLeapYear(-4));
+}
+
+// Regression: a part of INT_MIN overflowed the range check (part - 1) before
+// the empty date was returned.
+TEST(Date, ExtremePartsGiveTheEmptyDateWithoutOverflow) {
+  constexpr int kMin = std::numeric_limits<int>::min();
+  constexpr int kMax = std::numeric_limits<int>::max();
+  const int parts[][6] = {
+      {kMin, 1, 1, 0, 0, 0},    {2020, kMin, 1, 0, 0, 0}, {2020, 1, kMin, 0, 0, 0},
+      {2020, 1, 1, kMin, 0, 0}, {2020, 1, 1, 0, kMin, 0}, {2020, 1, 1, 0, 0, kMin},
+      {kMax, 1, 1, 0, 0, 0},    {2020, kMax, 1, 0, 0, 0}, {2020, 1, kMax, 0, 0, 0},
+      {2020, 1, 1, kMax, 0, 0}, {2020, 1, 1, 0, kMax, 0}, {2020, 1, 1, 0, 0, kMax},
+  };
+  for (const auto& p : parts) {
+    EXPECT_TRUE(Date(p[0], p[1], p[2], p[3], p[4], p[5]).isEmpty())
+        << p[0] << " " << p[1] << " " << p[2] << " " << p[3] << " " << p[4] << " " << p[5];
+  }
+  // Constant evaluation refuses signed overflow, so these fail to compile if
+  // the check overflows again.
+  static_assert(Date(kMin, 1, 1).isEmpty());
+  static_assert(Date(2020, kMin, 1).isEmpty());
+  static_assert(Date(2020, 1, 1, kMin, kMin, kMin).isEmpty());
+  EXPECT_EQ(Date::daysPerMonth(kMin, kMin), 0);
+  EXPECT_FALSE(Date::isLeapYear(kMin));
+}
+
+// Regression: a first day of the week outside Monday..Sunday shifted the
+// week silently instead of being refused.
+TEST(Date, WeekDayOutsideTheEnumerationIsRefused) {
+  const Date date(2021, 1, 6);
+  for (const int first : {0, 8, -1, std::numeric_limits<int>::min()}) {
+    SCOPED_TRACE(first);
+    const auto day = static_cast<WeekDay>(first);
+    EXPECT_THROW_IDS((void)date.begOfWeek(day), IllegalArgumentException,
+                     "IDS_ERR_ILLEGAL_ARGUMENT");
+    EXPECT_THROW_IDS((void)date.endOfWeek(day), IllegalArgumentException,
+                     "IDS_ERR_ILLEGAL_ARGUMENT");
+    EXPECT_THROW_IDS((void)date.getYearWeek(day), IllegalArgumentException,
+                     "IDS_ERR_ILLEGAL_ARGUMENT");
+    EXPECT_THROW_IDS((void)Date(Date::kMaxTicks + 1).getYearWeek(day), IllegalArgumentException,
+                     "IDS_ERR_ILLEGAL_ARGUMENT");
+  }
+  EXPECT_EQ(date.begOfWeek(WeekDay::Sunday).ticks(), Date(2021, 1, 3).ticks());
 }
 
 TEST(Date, AddingASpanClampsToTheValidRange) {
