@@ -16,8 +16,9 @@
 //
 // Failures: a name ICU cannot open throws `ConverterException` (code 1,
 // "IDS_CNVERROR_BADNAME"); input that cannot be converted throws
-// `ConverterException` (code 2, "IDS_CNVERROR_BADDATA"); the encoding's name
-// follows the message as " 'name'".
+// `ConverterException` (code 2, "IDS_CNVERROR_BADDATA"); the name follows the
+// message as " 'name'": the name the caller gave, or for bad data the
+// converter's name() (the name given, except for a stream writer).
 //
 // Thread safety: a Converter may be used from several threads at once (the
 // shared instances system(), utf8() and ascii() are meant for that). A
@@ -66,8 +67,8 @@ class CORE_EXPORT Converter {
   Converter(const Converter&) = delete;
   Converter& operator=(const Converter&) = delete;
 
-  // The encoding's name as ICU gives it (the default encoding's for an
-  // empty name).
+  // The encoding's name as it was given ("windows-1251", not ICU's internal
+  // name of its table); for an empty name, ICU's name of the default encoding.
   const String& name() const noexcept { return name_; }
 
   std::string narrow(std::u16string_view text) const;
@@ -81,7 +82,8 @@ class CORE_EXPORT Converter {
 
   // The length in bytes of the byte-order signature that `bytes` begin with,
   // with `name` set to the encoding it indicates ("UTF-8", "UTF-16LE", ...);
-  // 0 and an empty name when there is none.
+  // 0 and an empty name when there is none. Signatures have up to five bytes
+  // (UTF-7's "+/v8-"); bytes beyond the fifth are not looked at.
   static size_t detectUnicodeSignature(const char* bytes, size_t length, String& name);
   static size_t detectUnicodeSignature(std::string_view bytes, String& name) {
     return detectUnicodeSignature(bytes.data(), bytes.size(), name);
@@ -117,6 +119,7 @@ class CORE_EXPORT StreamConverterToUnicode {
   StreamConverterToUnicode(const StreamConverterToUnicode&);
   StreamConverterToUnicode& operator=(const StreamConverterToUnicode&);
 
+  // The encoding's name as Converter::name() gives it.
   const String& name() const noexcept { return name_; }
 
   // Converts from `source` (`sourceLength` bytes) into `target` (room for
@@ -140,7 +143,8 @@ class CORE_EXPORT StreamConverterToUnicode {
 };
 
 // Incremental conversion of UTF-16 into bytes of one encoding. Characters
-// the encoding cannot represent are written as "?". "UTF-16" and "UTF-32"
+// the encoding cannot represent are written as "?"; an unpaired surrogate is
+// no character and is refused (see narrow()). "UTF-16" and "UTF-32"
 // are written little-endian and without a signature: a writer that wants one
 // writes signature() first.
 class CORE_EXPORT StreamConverterFromUnicode {
@@ -152,11 +156,15 @@ class CORE_EXPORT StreamConverterFromUnicode {
   StreamConverterFromUnicode(const StreamConverterFromUnicode&);
   StreamConverterFromUnicode& operator=(const StreamConverterFromUnicode&);
 
-  // The name of the converter opened ("UTF-16LE" for "UTF-16").
+  // The name ICU gives the converter opened ("UTF-16LE" for "UTF-16",
+  // "ibm-5347_P100-1998" for "windows-1251"); bad-data messages carry it.
   const String& name() const noexcept { return name_; }
 
   // As StreamConverterToUnicode::widen, from UTF-16 units to bytes. Throws
-  // `ConverterException` (code 2, "IDS_CNVERROR_BADDATA") for an unpaired surrogate.
+  // `ConverterException` (code 2, "IDS_CNVERROR_BADDATA") for an unpaired
+  // surrogate, one left alone at the end of the input (a null `source`)
+  // included; the units before it are written. A high surrogate at the end
+  // of a piece is held until the next piece says whether it is paired.
   void narrow(const char16_t*& source, size_t source_length, char*& target, size_t target_capacity);
   // The most bytes that one character takes in the encoding.
   size_t maxCharSize() const;

@@ -64,6 +64,34 @@ class IExceptionObject : public IUnknown {
   ~IExceptionObject() override = default;
 };
 
+// Offered by exception objects that can write the exception they wrap,
+// whole: the library's own objects (Exception::object() and the object() of
+// each class) offer it. A cause that does not is left out when its chain is
+// written.
+class ISerializableException : public IUnknown {
+ public:
+  // {45B81B41-9540-11D4-9427-008048DA11F9}
+  static constexpr GUID kIid = {
+      0x45B81B41, 0x9540, 0x11D4, {0x94, 0x27, 0x00, 0x80, 0x48, 0xDA, 0x11, 0xF9}};
+
+  // Writes the wrapped exception as the serialize() of its class does: the
+  // list of its Exception part, then the list of the class's own fields when
+  // it has any.
+  virtual void serialize(IOutPersistenceStorage* storage) const = 0;
+
+ protected:
+  ~ISerializableException() override = default;
+};
+
+// An exception being rebuilt from a storage: its Exception part and, when
+// not null, the storage whose next list holds the class's own fields. The
+// classes with fields of their own take it in the constructor that the
+// reader of causes uses.
+struct ExceptionPart {
+  const Exception& base;
+  IInPersistenceStorage* own_fields = nullptr;
+};
+
 class CORE_EXPORT Exception {
  public:
   // {F6F167A0-DCC9-49AD-8F8E-2C9D9904E4FE}
@@ -159,23 +187,32 @@ class CORE_EXPORT Exception {
   void setOnClientFromServer() noexcept;
 
   // A new wrapper holding a copy of this exception (of its Exception part:
-  // the clsid, and so the class, is kept; a subclass's extra data is not).
-  // Throws std::bad_alloc only.
+  // the clsid, and so the class, is kept; a subclass's extra data is not, so
+  // a class with its own fields has an object() of its own that keeps them).
+  // The wrapper offers ISerializableException. Throws std::bad_alloc only.
   InterfacePtr<IExceptionObject> object() const;
 
-  // Writes the exception as one list: clsid, descr, the cause (the same form,
-  // or a list holding only the zero GUID when there is none), the stack
+  // Writes the exception as one list: clsid, descr, the cause, the stack
   // trace (the carried one, else the creation trace), the categories as 18
-  // characters "0"/"1" (highest first) and uiHelperUUID. Only the Exception
-  // part is written: a subclass's own data is not.
+  // characters "0"/"1" (highest first) and uiHelperUUID. The cause is written
+  // by itself through ISerializableException (its list and, for a class
+  // with its own fields, the list of those fields); no cause is a list
+  // holding only the zero GUID; a cause that does not offer the interface is
+  // left out, list and all. Only the Exception part of this exception is
+  // written: a subclass's own data is written by the subclass's serialize().
   void serialize(IOutPersistenceStorage* storage) const;
   // Replaces this exception by one read from that form; the class
   // identifier read becomes clsid(), the trace read the carried stackTrace().
-  // Malformed data (causes nested deeper than 64 included) throws
-  // `ListStreamException` ("IDS_LISTSTREAMERROR").
+  // A cause of a library class with its own fields is rebuilt as that class,
+  // those fields included, so that writing it again gives the same form.
+  // Malformed data (causes nested deeper than 64, and own fields of a class
+  // the library does not know, included) throws `ListStreamException`
+  // ("IDS_LISTSTREAMERROR").
   void deserialize(IInPersistenceStorage* storage);
 
  protected:
+  // A copy of `part.base`, for the subclasses' constructors from a part.
+  explicit Exception(const ExceptionPart& part) noexcept : Exception(part.base) {}
   // For subclasses: every subclass constructor ends in one of these with its
   // own clsid.
   Exception(const GUID& clsid, const char16_t* descr, IExceptionObject* inner,

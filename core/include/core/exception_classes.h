@@ -40,6 +40,22 @@
 
 namespace core {
 
+// The members of a class with fields of its own:
+// - the constructor from an Exception part, which the reader of causes uses:
+//   the own fields are read from `part.own_fields`, or keep their defaults
+//   when it is null; bad data throws `ListStreamException`
+//   ("IDS_LISTSTREAMERROR");
+// - serialize() writes the base part (Exception::serialize), then the own
+//   fields as one more list; deserialize() reads the same and throws
+//   `ListStreamException` ("IDS_LISTSTREAMERROR") for anything else, leaving
+//   the own fields unchanged;
+// - object() wraps a whole copy, own fields included.
+#define CORE_EXCEPTION_OWN_FIELDS(Class)                 \
+  explicit Class(const ExceptionPart& part);             \
+  void serialize(IOutPersistenceStorage* storage) const; \
+  void deserialize(IInPersistenceStorage* storage);      \
+  InterfacePtr<IExceptionObject> object() const
+
 // A failure the application reports about itself
 // ("IDS_ERR_APPLICATION_EXCEPTION").
 class CORE_EXPORT ApplicationException : public Exception {
@@ -82,14 +98,10 @@ class CORE_EXPORT BufferException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
-  // The base part (Exception::serialize), then the extra fields as one more
-  // list; deserialize() reads the same and throws `ListStreamException`
-  // ("IDS_LISTSTREAMERROR") for anything else.
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(BufferException);
 
  private:
-  Error reason_;
+  Error reason_{};
 };
 
 #ifdef _WIN32
@@ -135,12 +147,10 @@ class CORE_EXPORT COMTypeException : public Exception {
 
   Code code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(COMTypeException);
 
  private:
-  Code code_;
+  Code code_{};
 };
 
 // An operation stopped before its end. It has no text of its own: the
@@ -161,12 +171,10 @@ class CORE_EXPORT CancelOperationException : public Exception {
 
   Reason reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(CancelOperationException);
 
  private:
-  Reason reason_;
+  Reason reason_{};
 };
 
 // A bad option or argument on a command line ("IDS_ERR_CLI_OPTION").
@@ -197,12 +205,10 @@ class CORE_EXPORT ComparatorException : public Exception {
 
   int32_t code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(ComparatorException);
 
  private:
-  int32_t code_;
+  int32_t code_{};
 };
 
 // A parameter, property or limit of a call that the context does not accept.
@@ -217,7 +223,8 @@ class CORE_EXPORT ContextException : public Exception {
       0xF08D92F8, 0x9EB2, 0x4E19, {0x9D, 0xD9, 0x97, 0x7D, 0x90, 0x7C, 0xEC, 0x2D}};
 
   // The text of `messageId` is used as it stands: placeholders are not
-  // filled.
+  // filled. These four shapes give the category ZelUsage (6), as every
+  // parameter and context error of the library has.
   explicit ContextException(const char* message_id, IExceptionObject* inner = nullptr);
   ContextException(const char* message_id, const String& extra, IExceptionObject* inner = nullptr);
   ContextException(const char* message_id, const char* file, unsigned line, const char16_t* where,
@@ -248,12 +255,10 @@ class CORE_EXPORT ConverterException : public Exception {
 
   Code code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(ConverterException);
 
  private:
-  Code code_;
+  Code code_{};
 };
 
 // Arguments of a constructor that do not fit it: "IDS_NOT_ENOUGH_PARAMETERS",
@@ -265,6 +270,8 @@ class CORE_EXPORT CtorException : public Exception {
   static constexpr GUID kClsid = {
       0x2E20EDA7, 0x414A, 0x4549, {0xAE, 0x78, 0x06, 0xC1, 0x99, 0x79, 0xCE, 0x2D}};
 
+  // These four shapes give the category ZelUsage (6), as every parameter and
+  // context error of the library has.
   explicit CtorException(const char* message_id, IExceptionObject* inner = nullptr);
   CtorException(const char* message_id, const String& extra, IExceptionObject* inner = nullptr);
   CtorException(const char* message_id, const char* file, unsigned line, const char16_t* where,
@@ -300,12 +307,10 @@ class CORE_EXPORT EDBException : public Exception {
   int32_t code() const noexcept { return code_; }
   const String& details() const noexcept { return details_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(EDBException);
 
  private:
-  int32_t code_;
+  int32_t code_{};
   String details_;
 };
 
@@ -364,12 +369,10 @@ class CORE_EXPORT FileException : public Exception {
   const URL& url() const noexcept { return url_; }
   const URL& secondUrl() const noexcept { return second_url_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(FileException);
 
  private:
-  Error reason_;
+  Error reason_{};
   String path_;
   bool is_directory_ = false;
   URL url_;
@@ -402,12 +405,10 @@ class CORE_EXPORT IOException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(IOException);
 
  private:
-  Error reason_;
+  Error reason_{};
 };
 
 // An argument outside its contract ("IDS_ERR_ILLEGAL_ARGUMENT").
@@ -457,9 +458,7 @@ class CORE_EXPORT InteractiveSecurityException : public Exception {
 
   const String& action() const noexcept { return action_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(InteractiveSecurityException);
 
  private:
   String action_;
@@ -515,12 +514,10 @@ class CORE_EXPORT NumericException : public Exception {
 
   Code code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(NumericException);
 
  private:
-  Code code_;
+  Code code_{};
 };
 
 // The data source of a pivot table failed
@@ -545,12 +542,10 @@ class CORE_EXPORT PivotSourceException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(PivotSourceException);
 
  private:
-  Error reason_;
+  Error reason_{};
 };
 
 // A failure of a settings-profile source; the description is given.
@@ -607,12 +602,10 @@ class CORE_EXPORT RegexException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(RegexException);
 
  private:
-  Error reason_;
+  Error reason_{};
 };
 
 // A failed call to another process; the description is given.
@@ -626,6 +619,7 @@ class CORE_EXPORT RemotingException : public Exception {
 
  protected:
   RemotingException(const GUID& clsid, const String& descr, IExceptionObject* inner);
+  explicit RemotingException(const ExceptionPart& part);
 };
 
 // A failed exchange of data over the network: the given description, the
@@ -648,13 +642,11 @@ class CORE_EXPORT NetDataExchangeException : public RemotingException {
   ErrorKind errorKind() const noexcept { return kind_; }
   int32_t code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(NetDataExchangeException);
 
  private:
-  ErrorKind kind_;
-  int32_t code_;
+  ErrorKind kind_{};
+  int32_t code_{};
 };
 
 // A failure of the component model: module registration, class lookup,
@@ -677,12 +669,10 @@ class CORE_EXPORT SCOM_Exception : public Exception {
 
   Reason reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(SCOM_Exception);
 
  private:
-  Reason reason_;
+  Reason reason_{};
 };
 
 // The stack of the calling thread ran out; the description is given.
@@ -722,12 +712,10 @@ class CORE_EXPORT StorageException : public Exception {
   Error reason() const noexcept { return reason_; }
   const URL& url() const noexcept { return url_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(StorageException);
 
  private:
-  Error reason_;
+  Error reason_{};
   URL url_;
 };
 
@@ -754,12 +742,10 @@ class CORE_EXPORT StringTemplateException : public Exception {
 
   Code code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(StringTemplateException);
 
  private:
-  Code code_;
+  Code code_{};
 };
 
 // A delimited or quoted text that cannot be split into tokens
@@ -785,12 +771,10 @@ class CORE_EXPORT StringTokenizerException : public Exception {
 
   Code code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(StringTokenizerException);
 
  private:
-  Code code_;
+  Code code_{};
 };
 
 // A task of another thread that failed or could not run ("IDS_ERR_THREAD_"
@@ -818,12 +802,10 @@ class CORE_EXPORT ThreadException : public Exception {
 
   Error reason() const noexcept { return reason_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(ThreadException);
 
  private:
-  Error reason_;
+  Error reason_{};
 };
 
 // An unknown time-zone identifier ("IDS_BADTIMEZONEID", whose "%s" the
@@ -898,12 +880,10 @@ class CORE_EXPORT ValueIsFilledException : public Exception {
 
   int32_t code() const noexcept { return code_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(ValueIsFilledException);
 
  private:
-  int32_t code_;
+  int32_t code_{};
 };
 
 // A component whose version does not match the one asked for: the given
@@ -921,9 +901,7 @@ class CORE_EXPORT VersionException : public Exception {
   const std::string& requestedVersion() const noexcept { return requested_version_; }
   const String& downloadResource() const noexcept { return download_resource_; }
 
-  // The base part, then {extra fields} (see BufferException).
-  void serialize(IOutPersistenceStorage* storage) const;
-  void deserialize(IInPersistenceStorage* storage);
+  CORE_EXCEPTION_OWN_FIELDS(VersionException);
 
  private:
   std::string requested_version_;
@@ -943,6 +921,8 @@ class CORE_EXPORT ProcessInitException {};
 // Unwinds a thread that is being stopped. Let it pass: catching it (other
 // than to rethrow) keeps the thread alive.
 class CORE_EXPORT ThreadDeath {};
+
+#undef CORE_EXCEPTION_OWN_FIELDS
 
 }  // namespace core
 

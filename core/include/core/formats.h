@@ -193,7 +193,8 @@ class CORE_EXPORT DateFormat {
 //   core::BoolFormat f(core::Locale(u"ru_RU"));
 //   f.format(true);                  // u"Да"
 //   bool b;
-//   f.parse(u" нет ", b);            // true; b is false
+//   f.parse(u" ложь ", b);           // true; b is false
+//   f.parse(u"да", b);               // false: "Да" is written, never read
 //
 // Russian locales give "Нет"/"Да", all others "No"/"Yes"; when the host's
 // compatibility level (core/application_context.h) is below 2 the texts are
@@ -210,9 +211,12 @@ class CORE_EXPORT BoolFormat {
   const String& falseText() const;
   String format(bool value) const;
 
-  // Reads either pair of texts of the locale's language, ignoring case and
-  // surrounding white space. Returns false, leaving `out` unchanged, for any
-  // other text.
+  // Reads the names of True and False in the locale's language ("True" and
+  // "False", or "Истина" and "Ложь"), ignoring case and surrounding white
+  // space, whatever the compatibility level. The answer words "Yes"/"No" and
+  // "Да"/"Нет" are presentation only and are never read back: a text such as
+  // "yes" is no boolean (so a String value "yes" does not convert to one).
+  // Returns false, leaving `out` unchanged, for any other text.
   [[nodiscard]] bool parse(const String& text, bool& out) const;
 
  private:

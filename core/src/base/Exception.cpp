@@ -17,6 +17,7 @@
 #include "core/messages.h"
 #include "core/parameter_errors.h"
 #include "core/scom.h"
+#include "internal/exception_object.h"
 #include "internal/thread_annotations.h"
 #include "platform/stack_trace.h"
 
@@ -53,17 +54,6 @@ constexpr const char* kCategoryPresentationIds[Exception::kCategoryCount] = {
     "IDS_ENUM_EXCEPTIONCATEGORY_SEANCE",
 };
 
-// The wrapper that Exception::object() hands out.
-class ExceptionObject final : public UnknownImpl<IExceptionObject> {
- public:
-  // NOLINTNEXTLINE(bugprone-throw-keyword-missing): a copy kept, not thrown.
-  explicit ExceptionObject(const Exception& e) noexcept : exception_(e) {}
-  const Exception& exception() const override { return exception_; }
-
- private:
-  Exception exception_;
-};
-
 // The identifier of an enumeration value in a table ordered by value; null
 // (which loads the empty text) for a value outside the enumeration.
 template <class Enum, std::size_t N>
@@ -71,6 +61,9 @@ const char* message_id(const char* const (&ids)[N], Enum value) noexcept {
   const auto index = static_cast<std::underlying_type_t<Enum>>(value);
   return index >= 0 && static_cast<std::size_t>(index) < N ? ids[index] : nullptr;
 }
+
+// The category of every parameter and context error the library raises.
+constexpr Exception::Categories kUsage = Exception::categoryOf(Exception::Category::ZelUsage);
 
 String describe(const char* id, const String& extra) {
   return format_exception_descr(load_core_wstring(id), extra);
@@ -163,7 +156,7 @@ void Exception::setOnClientFromServer() noexcept {
 }
 
 InterfacePtr<IExceptionObject> Exception::object() const {
-  return InterfacePtr<IExceptionObject>(new ExceptionObject(*this));
+  return detail::make_exception_object(*this);
 }
 
 String format_exception_descr(const String& text, const String& extra) {
@@ -211,6 +204,22 @@ InterfacePtr<IExceptionObject> get_exception_object(IExceptionObject* chain, con
                const String& extra, IExceptionObject* inner)                          \
       : Exception(kClsid, describe(id, file, line, where, extra), inner)              \
             __VA_OPT__(, __VA_ARGS__) {}
+
+// The four shapes of a parameter or context error, given its identifier: the
+// library raises every one of them in the category ZelUsage.
+#define CORE_DEFINE_USAGE_SHAPES(Class)                                                            \
+  Class::Class(const char* message_id, IExceptionObject* inner)                                    \
+      : Exception(kClsid, describe(message_id, String()), inner, GUID{}, kUsage) {}                \
+  Class::Class(const char* message_id, const String& extra, IExceptionObject* inner)               \
+      : Exception(kClsid, describe(message_id, extra), inner, GUID{}, kUsage) {}                   \
+  Class::Class(const char* message_id, const char* file, unsigned line, const char16_t* where,     \
+               IExceptionObject* inner)                                                            \
+      : Exception(kClsid, describe(message_id, file, line, where, String()), inner, GUID{},        \
+                  kUsage) {}                                                                       \
+  Class::Class(const char* message_id, const char* file, unsigned line, const char16_t* where,     \
+               const String& extra, IExceptionObject* inner)                                       \
+      : Exception(kClsid, describe(message_id, file, line, where, extra), inner, GUID{}, kUsage) { \
+  }
 
 #define CORE_DEFINE_SHAPES(Class)                                                               \
   Class::Class(IExceptionObject* inner)                                                         \
@@ -324,8 +333,8 @@ static_assert(static_cast<int32_t>(RegexException::Error::InvalidCaptureGroupNam
 CORE_DEFINE_SHAPES_WITH(BufferException, Error, reason, message_id(kBufferIds, reason),
                         reason_(reason))
 CORE_DEFINE_SHAPES_WITH(COMTypeException, Code, code, message_id(kComTypeIds, code), code_(code))
-CORE_DEFINE_SHAPES_WITH(ContextException, const char*, messageId, messageId)
-CORE_DEFINE_SHAPES_WITH(CtorException, const char*, messageId, messageId)
+CORE_DEFINE_USAGE_SHAPES(ContextException)
+CORE_DEFINE_USAGE_SHAPES(CtorException)
 CORE_DEFINE_SHAPES_WITH(IOException, Error, reason, message_id(kIoIds, reason), reason_(reason))
 CORE_DEFINE_SHAPES_WITH(NumericException, Code, code, message_id(kNumericIds, code), code_(code))
 CORE_DEFINE_SHAPES_WITH(PivotSourceException, Error, reason, kMessageId, reason_(reason))
@@ -339,6 +348,7 @@ CORE_DEFINE_SHAPES_WITH(ThreadException, Error, reason, message_id(kThreadIds, r
 CORE_DEFINE_SHAPES_WITH(ValueIsFilledException, int32_t, code, kMessageId, code_(code))
 
 #undef CORE_DEFINE_SHAPES_WITH
+#undef CORE_DEFINE_USAGE_SHAPES
 #undef CORE_DEFINE_SHAPES
 
 ConverterException::ConverterException(Code code, IExceptionObject* inner)
@@ -419,6 +429,8 @@ RemotingException::RemotingException(const String& descr, IExceptionObject* inne
 RemotingException::RemotingException(const GUID& clsid, const String& descr,
                                      IExceptionObject* inner)
     : Exception(clsid, descr, inner) {}
+
+RemotingException::RemotingException(const ExceptionPart& part) : Exception(part) {}
 
 SCOM_Exception::SCOM_Exception(Reason reason, const String& descr, IExceptionObject* inner)
     : Exception(kClsid, descr, inner), reason_(reason) {}
@@ -509,9 +521,8 @@ namespace {
     descr += extra;
     descr += u')';
   }
-  const Exception::Categories categories = Exception::categoryOf(Exception::Category::ZelUsage);
-  if (ctor) throw CtorException(descr, categories);
-  throw ContextException(descr, categories);
+  if (ctor) throw CtorException(descr, kUsage);
+  throw ContextException(descr, kUsage);
 }
 
 }  // namespace
@@ -549,8 +560,7 @@ void ctor_parameter_value_mismatch(unsigned index, const String& extra) {
 }
 
 void property_value_mismatch(IExceptionObject* inner) {
-  throw ContextException(load_core_wstring("IDS_PROPERTY_VALUE_MISMATCH"),
-                         Exception::categoryOf(Exception::Category::ZelUsage), inner);
+  throw ContextException(load_core_wstring("IDS_PROPERTY_VALUE_MISMATCH"), kUsage, inner);
 }
 
 // ---------------------------------------------------------------------------

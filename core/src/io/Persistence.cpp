@@ -10,6 +10,7 @@
 #include "core/list_stream.h"
 #include "core/persistence.h"
 #include "core/value.h"
+#include "internal/exception_object.h"
 #include "internal/throw.h"
 
 namespace core {
@@ -339,17 +340,18 @@ void GenericValue::fromString(const String& text, GenericValue& value) {
 
 namespace {
 
-void write_exception(ListOutStream& out, const Exception& e) {
+void write_exception(IOutPersistenceStorage* storage, const Exception& e) {
+  ListOutStream& out = storage->writer();
   out.putBeginOfList();
   out.put(e.clsid());
   out.put(e.descr());
   const InterfacePtr<IExceptionObject> cause = e.inner();
-  if (cause) {
-    write_exception(out, cause->exception());
-  } else {
+  if (!cause) {
     out.putBeginOfList();
     out.put(GUID{});
     out.putEndOfList();
+  } else if (const auto serializable = cause.query<ISerializableException>()) {
+    serializable->serialize(storage);
   }
   if (!e.stackTrace().empty()) {
     out.put(e.stackTrace());
@@ -361,55 +363,96 @@ void write_exception(ListOutStream& out, const Exception& e) {
   out.putEndOfList();
 }
 
+// What comes next in the list being read, the comma before it consumed.
+ListToken next_element(ListInStream& in) {
+  in.getComma();
+  return in.peek();
+}
+
+// Rebuilds a cause of a class with fields of its own from its Exception part
+// and the list of those fields that follows it.
+using CauseBuilder = InterfacePtr<IExceptionObject> (*)(const Exception& base,
+                                                        IInPersistenceStorage* storage);
+
+CauseBuilder cause_builder(const GUID& clsid);
+
+class ExceptionReader {
+ public:
+  // Exception's constructor with every field, which only Exception reaches.
+  using Make = Exception (*)(const GUID& clsid, const String& descr, IExceptionObject* inner,
+                             const GUID& ui_helper_uuid, const Exception::Categories& categories,
+                             const String& stack_trace);
+
+  ExceptionReader(IInPersistenceStorage* storage, Make make) : storage_(storage), make_(make) {}
+
+  // Reads one exception list whose class identifier has been read.
+  Exception rest(const GUID& clsid) {
+    ListInStream& in = storage_->reader();
+    String descr;
+    in.get(descr);
+    const InterfacePtr<IExceptionObject> cause = readCause();
+    String stack;
+    in.get(stack);
+    String bits;
+    in.get(bits);
+    if (bits.size() != Exception::kCategoryCount) throw_list_stream_error();
+    Exception::Categories categories;
+    for (std::size_t i = 0; i < Exception::kCategoryCount; ++i) {
+      const char16_t c = bits[Exception::kCategoryCount - 1 - i];
+      if (c != u'0' && c != u'1') throw_list_stream_error();
+      categories.set(i, c == u'1');
+    }
+    GUID ui_helper{};
+    in.get(ui_helper);
+    in.getEndOfList();
+    return make_(clsid, descr, cause.get(), ui_helper, categories, stack);
+  }
+
+ private:
+  // The cause: a list (the zero GUID alone for none) and, for a class with
+  // fields of its own, the list of those; nothing when the writer left an
+  // unserializable cause out.
+  InterfacePtr<IExceptionObject> readCause() {
+    ListInStream& in = storage_->reader();
+    if (next_element(in) != ListToken::BeginOfList) return {};
+    in.getBeginOfList();
+    GUID clsid{};
+    in.get(clsid);
+    if (clsid == GUID{}) {
+      in.getEndOfList();
+      return {};
+    }
+    if (++depth_ > kMaxCauseDepth) throw_list_stream_error();
+    const Exception base = rest(clsid);
+    --depth_;
+    if (next_element(in) != ListToken::BeginOfList) return base.object();
+    const CauseBuilder build = cause_builder(clsid);
+    if (build == nullptr) throw_list_stream_error();
+    return build(base, storage_);
+  }
+
+  IInPersistenceStorage* storage_;
+  Make make_;
+  int depth_ = 0;
+};
+
 }  // namespace
 
 void Exception::serialize(IOutPersistenceStorage* storage) const {
-  write_exception(storage->writer(), *this);
+  write_exception(storage, *this);
 }
 
 void Exception::deserialize(IInPersistenceStorage* storage) {
-  struct Reader {
-    ListInStream& in;
-    int depth;
-
-    // Reads the fields after the class identifier and the closing brace.
-    Exception rest(const GUID& clsid) {
-      String descr;
-      in.get(descr);
-      in.getBeginOfList();
-      GUID cause_clsid{};
-      in.get(cause_clsid);
-      InterfacePtr<IExceptionObject> cause;
-      if (cause_clsid == GUID{}) {
-        in.getEndOfList();
-      } else {
-        if (++depth > kMaxCauseDepth) throw_list_stream_error();
-        cause = rest(cause_clsid).object();
-        --depth;
-      }
-      String stack;
-      in.get(stack);
-      String bits;
-      in.get(bits);
-      if (bits.size() != kCategoryCount) throw_list_stream_error();
-      Categories categories;
-      for (std::size_t i = 0; i < kCategoryCount; ++i) {
-        const char16_t c = bits[kCategoryCount - 1 - i];
-        if (c != u'0' && c != u'1') throw_list_stream_error();
-        categories.set(i, c == u'1');
-      }
-      GUID ui_helper{};
-      in.get(ui_helper);
-      in.getEndOfList();
-      return Exception(clsid, descr, cause.get(), ui_helper, categories, stack);
-    }
-  };
   ListInStream& in = storage->reader();
   in.getBeginOfList();
   GUID clsid{};
   in.get(clsid);
-  Reader reader{in, 0};
-  *this = reader.rest(clsid);
+  const ExceptionReader::Make make = [](const GUID& id, const String& descr,
+                                        IExceptionObject* inner, const GUID& ui_helper_uuid,
+                                        const Categories& categories, const String& stack_trace) {
+    return Exception(id, descr, inner, ui_helper_uuid, categories, stack_trace);
+  };
+  *this = ExceptionReader(storage, make).rest(clsid);
 }
 
 // ---------------------------------------------------------------------------
@@ -467,39 +510,88 @@ void read_extra(IInPersistenceStorage* storage, Fields&... fields) {
   std::tie(fields...) = std::move(read);
 }
 
+template <class E>
+InterfacePtr<IExceptionObject> build_cause(const Exception& base, IInPersistenceStorage* storage) {
+  return E(ExceptionPart{base, storage}).object();
+}
+
 }  // namespace
 
-#define CORE_EXCEPTION_EXTRA_FIELDS(Class, ...)                  \
-  void Class::serialize(IOutPersistenceStorage* storage) const { \
-    Exception::serialize(storage);                               \
-    write_extra(storage, __VA_ARGS__);                           \
-  }                                                              \
-  void Class::deserialize(IInPersistenceStorage* storage) {      \
-    Exception::deserialize(storage);                             \
-    read_extra(storage, __VA_ARGS__);                            \
+#define CORE_EXCEPTION_EXTRA_FIELDS(Class, Base, ...)                         \
+  Class::Class(const ExceptionPart& part) : Base(part) {                      \
+    if (part.own_fields != nullptr) read_extra(part.own_fields, __VA_ARGS__); \
+  }                                                                           \
+  void Class::serialize(IOutPersistenceStorage* storage) const {              \
+    Exception::serialize(storage);                                            \
+    write_extra(storage, __VA_ARGS__);                                        \
+  }                                                                           \
+  void Class::deserialize(IInPersistenceStorage* storage) {                   \
+    Exception::deserialize(storage);                                          \
+    read_extra(storage, __VA_ARGS__);                                         \
+  }                                                                           \
+  InterfacePtr<IExceptionObject> Class::object() const {                      \
+    return detail::make_exception_object(*this);                              \
   }
 
-CORE_EXCEPTION_EXTRA_FIELDS(BufferException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(COMTypeException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(CancelOperationException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(ComparatorException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(ConverterException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(EDBException, code_, details_)
-CORE_EXCEPTION_EXTRA_FIELDS(FileException, reason_, path_, is_directory_, url_, second_url_)
-CORE_EXCEPTION_EXTRA_FIELDS(IOException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(InteractiveSecurityException, action_)
-CORE_EXCEPTION_EXTRA_FIELDS(NumericException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(PivotSourceException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(RegexException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(NetDataExchangeException, kind_, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(SCOM_Exception, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(StorageException, reason_, url_)
-CORE_EXCEPTION_EXTRA_FIELDS(StringTemplateException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(StringTokenizerException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(ThreadException, reason_)
-CORE_EXCEPTION_EXTRA_FIELDS(ValueIsFilledException, code_)
-CORE_EXCEPTION_EXTRA_FIELDS(VersionException, requested_version_, download_resource_)
+CORE_EXCEPTION_EXTRA_FIELDS(BufferException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(COMTypeException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(CancelOperationException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ComparatorException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ConverterException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(EDBException, Exception, code_, details_)
+CORE_EXCEPTION_EXTRA_FIELDS(FileException, Exception, reason_, path_, is_directory_, url_,
+                            second_url_)
+CORE_EXCEPTION_EXTRA_FIELDS(IOException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(InteractiveSecurityException, Exception, action_)
+CORE_EXCEPTION_EXTRA_FIELDS(NumericException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(PivotSourceException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(RegexException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(NetDataExchangeException, RemotingException, kind_, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(SCOM_Exception, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(StorageException, Exception, reason_, url_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTemplateException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(StringTokenizerException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(ThreadException, Exception, reason_)
+CORE_EXCEPTION_EXTRA_FIELDS(ValueIsFilledException, Exception, code_)
+CORE_EXCEPTION_EXTRA_FIELDS(VersionException, Exception, requested_version_, download_resource_)
 
 #undef CORE_EXCEPTION_EXTRA_FIELDS
+
+namespace {
+
+CauseBuilder cause_builder(const GUID& clsid) {
+  struct Entry {
+    GUID clsid;
+    CauseBuilder build;
+  };
+  static const Entry entries[] = {
+      {BufferException::kClsid, &build_cause<BufferException>},
+      {COMTypeException::kClsid, &build_cause<COMTypeException>},
+      {CancelOperationException::kClsid, &build_cause<CancelOperationException>},
+      {ComparatorException::kClsid, &build_cause<ComparatorException>},
+      {ConverterException::kClsid, &build_cause<ConverterException>},
+      {EDBException::kClsid, &build_cause<EDBException>},
+      {FileException::kClsid, &build_cause<FileException>},
+      {IOException::kClsid, &build_cause<IOException>},
+      {InteractiveSecurityException::kClsid, &build_cause<InteractiveSecurityException>},
+      {NumericException::kClsid, &build_cause<NumericException>},
+      {PivotSourceException::kClsid, &build_cause<PivotSourceException>},
+      {RegexException::kClsid, &build_cause<RegexException>},
+      {NetDataExchangeException::kClsid, &build_cause<NetDataExchangeException>},
+      {SCOM_Exception::kClsid, &build_cause<SCOM_Exception>},
+      {StorageException::kClsid, &build_cause<StorageException>},
+      {StringTemplateException::kClsid, &build_cause<StringTemplateException>},
+      {StringTokenizerException::kClsid, &build_cause<StringTokenizerException>},
+      {ThreadException::kClsid, &build_cause<ThreadException>},
+      {ValueIsFilledException::kClsid, &build_cause<ValueIsFilledException>},
+      {VersionException::kClsid, &build_cause<VersionException>},
+  };
+  for (const Entry& entry : entries) {
+    if (entry.clsid == clsid) return entry.build;
+  }
+  return nullptr;
+}
+
+}  // namespace
 
 }  // namespace core

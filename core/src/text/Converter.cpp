@@ -49,8 +49,14 @@ String converter_name(UConverter* converter) {
   return String::fromUtf8(status.isSuccess() ? name : "");
 }
 
-[[noreturn]] void throw_bad_data(UConverter* converter) {
-  throw ConverterException(ConverterException::Code::BadData, converter_name(converter));
+// The encoding's name as the caller gave it; ICU's name of the default
+// encoding for an empty one.
+String encoding_name(const String& name) {
+  return name.empty() ? String::fromUtf8(ucnv_getDefaultName()) : name;
+}
+
+[[noreturn]] void throw_bad_data(const String& name) {
+  throw ConverterException(ConverterException::Code::BadData, name);
 }
 
 // Encoding names are ASCII; a name with anything else names no encoding.
@@ -128,9 +134,9 @@ class ConverterLease {
 Converter::Converter(const char16_t* name) : Converter(String(name)) {}
 
 Converter::Converter(const String& name)
-    : prototype_(std::make_unique<ConverterHandle>(open_converter(name))) {
+    : name_(encoding_name(name)),
+      prototype_(std::make_unique<ConverterHandle>(open_converter(name))) {
   set_behaviour(prototype_->get());
-  name_ = converter_name(prototype_->get());
 }
 
 Converter::~Converter() = default;
@@ -153,7 +159,7 @@ std::string Converter::narrow(std::u16string_view text) const {
                      status);
     bytes.append(buffer, static_cast<size_t>(target - buffer));
     if (status.get() == U_BUFFER_OVERFLOW_ERROR) continue;
-    if (status.isFailure()) throw_bad_data(converter);
+    if (status.isFailure()) throw_bad_data(name_);
     return bytes;
   }
 }
@@ -181,7 +187,7 @@ String Converter::widen(std::string_view bytes) const {
       target = begin + written;
       continue;
     }
-    if (status.isFailure()) throw_bad_data(converter);
+    if (status.isFailure()) throw_bad_data(name_);
     text.resizeForOverwrite(static_cast<size_t>(target - begin));
     return text;
   }
@@ -192,8 +198,11 @@ size_t Converter::detectUnicodeSignature(const char* bytes, size_t length, Strin
   if (bytes == nullptr || length == 0) return 0;
   IcuStatus status;
   int32_t signature_length = 0;
+  // The longest signature, UTF-7's "+/v8-", has five bytes; ICU looks at no
+  // more than that.
+  constexpr size_t kLongestSignature = 5;
   const char* detected = ucnv_detectUnicodeSignature(
-      bytes, static_cast<int32_t>(std::min<size_t>(length, 4)), &signature_length, status);
+      bytes, static_cast<int32_t>(std::min(length, kLongestSignature)), &signature_length, status);
   if (status.isFailure() || detected == nullptr) return 0;
   name = String::fromUtf8(detected);
   return static_cast<size_t>(signature_length);
@@ -239,9 +248,8 @@ StreamConverterToUnicode::StreamConverterToUnicode(const char16_t* name)
     : StreamConverterToUnicode(String(name)) {}
 
 StreamConverterToUnicode::StreamConverterToUnicode(const String& name)
-    : handle_(new ConverterHandle(open_converter(name))) {
+    : name_(encoding_name(name)), handle_(new ConverterHandle(open_converter(name))) {
   set_behaviour(handle_->get());
-  name_ = converter_name(handle_->get());
 }
 
 StreamConverterToUnicode::~StreamConverterToUnicode() = default;
@@ -263,7 +271,7 @@ void StreamConverterToUnicode::widen(const char*& source, size_t source_length, 
     // The converter holds the broken sequence; a caller that goes on after
     // the exception starts clean.
     ucnv_resetToUnicode(converter);
-    throw_bad_data(converter);
+    throw_bad_data(name_);
   }
 }
 
@@ -278,6 +286,16 @@ const char16_t* StreamConverterToUnicode::signature() const { return signature_o
 void StreamConverterToUnicode::reset() { ucnv_resetToUnicode(handle_->get()); }
 
 namespace {
+
+// Substitutes for a character that the encoding lacks but stops at text that
+// is no character at all (an unpaired surrogate), which a stream writer
+// refuses.
+void U_CALLCONV substitute_unassigned(const void* context, UConverterFromUnicodeArgs* args,
+                                      const UChar* units, int32_t length, UChar32 code_point,
+                                      UConverterCallbackReason reason, UErrorCode* error) {
+  if (reason != UCNV_UNASSIGNED) return;
+  UCNV_FROM_U_CALLBACK_SUBSTITUTE(context, args, units, length, code_point, reason, error);
+}
 
 // Stream writers of "UTF-16" and "UTF-32" write little-endian, so that the
 // bytes do not depend on the platform and carry no signature unasked.
@@ -303,6 +321,9 @@ StreamConverterFromUnicode::StreamConverterFromUnicode(const char16_t* name)
 StreamConverterFromUnicode::StreamConverterFromUnicode(const String& name)
     : handle_(new ConverterHandle(open_writer(name))) {
   set_behaviour(handle_->get());
+  IcuStatus status;
+  ucnv_setFromUCallBack(handle_->get(), substitute_unassigned, nullptr, nullptr, nullptr, status);
+  status.assertSuccess();
   name_ = converter_name(handle_->get());
 }
 
@@ -323,7 +344,7 @@ void StreamConverterFromUnicode::narrow(const char16_t*& source, size_t source_l
   if (status.get() == U_BUFFER_OVERFLOW_ERROR) return;
   if (status.isFailure()) {
     ucnv_resetFromUnicode(converter);
-    throw_bad_data(converter);
+    throw_bad_data(name_);
   }
 }
 

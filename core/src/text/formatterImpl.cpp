@@ -300,6 +300,10 @@ const String kTrueTexts[2][2] = {{String(u"Yes"), String(u"True")},
 const String kFalseTexts[2][2] = {{String(u"No"), String(u"False")},
                                   {String(u"Нет"), String(u"Ложь")}};
 
+// The pair of kTrueTexts and kFalseTexts that holds the names of True and
+// False rather than the answer words.
+constexpr int kNamePair = 1;
+
 int bool_pair() {
   const InterfacePtr<IApplicationContext> context = application_context();
   return context && context->compatibilityLevel() < kCompatibilityCurrentBoolTexts ? 1 : 0;
@@ -564,16 +568,16 @@ const String& BoolFormat::falseText() const { return kFalseTexts[russian_][bool_
 String BoolFormat::format(bool value) const { return value ? trueText() : falseText(); }
 
 bool BoolFormat::parse(const String& text, bool& out) const {
+  // Only the pair of names is read; the answer pair would let "yes" pass for
+  // a boolean.
   const std::u16string_view word = detail::trim_white_space(text);
-  for (int pair = 0; pair < 2; ++pair) {
-    if (compare_nocase(word, kTrueTexts[russian_][pair]) == 0) {
-      out = true;
-      return true;
-    }
-    if (compare_nocase(word, kFalseTexts[russian_][pair]) == 0) {
-      out = false;
-      return true;
-    }
+  if (compare_nocase(word, kTrueTexts[russian_][kNamePair]) == 0) {
+    out = true;
+    return true;
+  }
+  if (compare_nocase(word, kFalseTexts[russian_][kNamePair]) == 0) {
+    out = false;
+    return true;
   }
   return false;
 }

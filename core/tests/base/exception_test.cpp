@@ -456,6 +456,23 @@ TEST(ParameterErrors, ConstructorFormsThrowCtorException) {
   }
 }
 
+// The message-identifier shapes of CtorException (and ContextException)
+// gave no category, where every parameter and context error has ZelUsage.
+TEST(ExceptionRegression, CtorExceptionWithoutUsageCategory) {
+  const Exception cases[] = {
+      CtorException("IDS_TOO_MANY_PARAMETERS"),
+      CtorException("IDS_NOT_ENOUGH_PARAMETERS", String(u"x")),
+      CtorException("IDS_VS_UNSERIALIZABLE_VALUE", "f.cpp", 1, u"w"),
+      CtorException("IDS_TOO_MANY_PARAMETERS", "f.cpp", 1, u"w", String(u"x")),
+      ContextException("IDS_ERR_MEMORYLIMITS"),
+      ContextException("IDS_PROPERTY_TYPE_MISMATCH", "f.cpp", 1, u"w", String(u"x")),
+  };
+  for (const Exception& e : cases) {
+    SCOPED_TRACE(e.descr().toUtf8());
+    EXPECT_EQ(e.categories(), Exception::categoryOf(Category::ZelUsage));
+  }
+}
+
 TEST(ParameterErrors, PropertyValueMismatchKeepsTheCause) {
   const IllegalArgumentException cause(String(u"why"));
   try {

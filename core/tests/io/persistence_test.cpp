@@ -370,6 +370,81 @@ TEST(Persistence, ExtraFieldsOfExceptionsRoundTrip) {
   EXPECT_EQ(read_version.downloadResource(), version.downloadResource());
 }
 
+// Every cause was written as a plain Exception, so a cause's own fields (a
+// ConverterException's code) were lost; a cause that cannot write itself was
+// written all the same.
+TEST(ExceptionRegression, CauseOwnFieldsLost) {
+  struct Case {
+    InterfacePtr<IExceptionObject> cause;  // null: none
+    const char* written;                   // a piece of the text form
+  };
+  const Case cases[] = {
+      {ConverterException(ConverterException::Code::BadName, String(u"koi9")).object(),
+       "\n{1},\"trace\""},
+      {FileException(FileException::Error::FileNotFound, String(u"/a"), true, URL(u"file:///a"),
+                     URL(u"file:///b"))
+           .object(),
+       "\n{7,\"/a\",1,\"file:///a\",\"file:///b\"},\"trace\""},
+      {NetDataExchangeException(String(u"net"), NetDataExchangeException::ErrorKind{}, 7).object(),
+       "\n{0,7},\"trace\""},
+      // A cause with a cause of its own, both with own fields.
+      {NumericException(NumericException::Code::Overflow,
+                        ConverterException(ConverterException::Code::BadData).object().get())
+           .object(),
+       "\n{2},\"\",\"000000000000000000\",00000000-0000-0000-0000-000000000000},\n{3},\"trace\""},
+      {Exception(u"plain").object(), "\"plain\",\n{00000000-0000-0000-0000-000000000000}"},
+      {nullptr, "\"outer\",\n{00000000-0000-0000-0000-000000000000},\"trace\""},
+  };
+  for (const Case& c : cases) {
+    const Exception outer(String(u"outer"), c.cause.get(), GUID{}, Exception::Categories(),
+                          String(u"trace"));
+    Exception read(u"");
+    const std::string first = both_ways([&](IOutPersistenceStorage* s) { outer.serialize(s); },
+                                        [&](IInPersistenceStorage* s) { read.deserialize(s); });
+    SCOPED_TRACE(first);
+    EXPECT_NE(first.find(c.written), std::string::npos);
+    ASSERT_EQ(static_cast<bool>(read.inner()), static_cast<bool>(c.cause));
+    if (c.cause) {
+      EXPECT_EQ(read.inner()->exception().clsid(), c.cause->exception().clsid());
+    }
+    // What was read writes the same text again: the cause kept its fields.
+    Exception again(u"");
+    EXPECT_EQ(both_ways([&](IOutPersistenceStorage* s) { read.serialize(s); },
+                        [&](IInPersistenceStorage* s) { again.deserialize(s); }),
+              first);
+  }
+}
+
+// A cause that does not offer the serializable interface is left out.
+TEST(ExceptionRegression, UnserializableCauseWritten) {
+  class Foreign final : public UnknownImpl<IExceptionObject> {
+   public:
+    const Exception& exception() const override { return exception_; }
+
+   private:
+    Exception exception_{u"foreign"};
+  };
+  const InterfacePtr<IExceptionObject> foreign(new Foreign);
+  const Exception outer(String(u"outer"), foreign.get(), GUID{}, Exception::Categories(),
+                        String(u"trace"));
+  Exception read(u"");
+  const std::string text = both_ways([&](IOutPersistenceStorage* s) { outer.serialize(s); },
+                                     [&](IInPersistenceStorage* s) { read.deserialize(s); });
+  EXPECT_EQ(text.find("foreign"), std::string::npos) << text;
+  EXPECT_FALSE(read.inner());
+  EXPECT_EQ(read.descr(), u"outer");
+  EXPECT_EQ(read.stackTrace(), u"trace");
+  // Own fields of a class the library does not know are refused.
+  const std::u16string zero = u"00000000-0000-0000-0000-000000000000";
+  const std::u16string unknown = u"0ff0ac06-3ccb-4d9b-8a8b-6d1564e7b446";
+  InterfacePtr<IReader> reader(new StringReader(String(
+      u"{" + zero + u",\"d\",{" + unknown + u",\"c\",{" + zero + u"},\"\",\"000000000000000000\"," +
+      zero + u"},{1},\"\",\"000000000000000000\"," + zero + u"}")));
+  InterfacePtr<ListInPersistenceStorage> in(
+      new ListInPersistenceStorage(ListInStream(reader.get())));
+  EXPECT_THROW_IDS(read.deserialize(in.get()), ListStreamException, "IDS_LISTSTREAMERROR");
+}
+
 TEST(Persistence, TruncatedExtraFieldsAreListStreamErrors) {
   InterfacePtr<StringWriter> text(new StringWriter);
   InterfacePtr<ListOutPersistenceStorage> out(

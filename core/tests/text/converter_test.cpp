@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 #include <iconv.h>
 
+#include <cstring>
+#include <iterator>
 #include <random>
 #include <string>
 #include <thread>
@@ -102,6 +104,105 @@ TEST(Converter, SignaturesNamesAndStandards) {
                ConverterException);
   EXPECT_EQ(Converter::utf8().name(), String(u"UTF-8"));
   EXPECT_EQ(Converter::ascii().narrow(u"abc"), "abc");
+}
+
+// name() and the bad-data messages gave ICU's internal name of the table
+// ("ibm-943_P15A-2003" for Shift_JIS) instead of the encoding's.
+TEST(ConverterRegression, NameWasIcusInternalName) {
+  struct Case {
+    const char16_t* name;
+    const char* bad_bytes;  // a sequence cut short
+  };
+  const Case cases[] = {{u"Shift_JIS", "a\x81"}, {u"utf8", "a\xD0"}, {u"windows-1251", nullptr}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(String(c.name).toUtf8());
+    const Converter converter(c.name);
+    EXPECT_EQ(converter.name(), String(c.name));
+    EXPECT_EQ(StreamConverterToUnicode(c.name).name(), String(c.name));
+    if (c.bad_bytes == nullptr) continue;
+    const String expected = load_core_wstring("IDS_CNVERROR_BADDATA") + u" '" + c.name + u"'";
+    try {
+      (void)converter.widen(c.bad_bytes);
+      ADD_FAILURE() << "accepted";
+    } catch (const ConverterException& e) {
+      EXPECT_EQ(e.descr(), expected);
+    }
+    StreamConverterToUnicode reader(c.name);
+    const char* source = c.bad_bytes;
+    char16_t buffer[8];
+    char16_t* target = buffer;
+    reader.widen(source, std::strlen(c.bad_bytes), target, 8);
+    const char* end_of_input = nullptr;
+    try {
+      reader.widen(end_of_input, 0, target, 8);
+      ADD_FAILURE() << "accepted";
+    } catch (const ConverterException& e) {
+      EXPECT_EQ(e.descr(), expected);
+    }
+  }
+}
+
+// Only four bytes reached ICU, so UTF-7's five-byte signature lost its "-".
+TEST(ConverterRegression, FiveByteSignatureWasCut) {
+  struct Case {
+    const char* bytes;
+    size_t length;
+    const char16_t* name;
+  };
+  const Case cases[] = {
+      {"+/v8-text", 9, u"UTF-7"}, {"+/v8-", 5, u"UTF-7"},        {"+/v8text", 8, u"UTF-7"},
+      {"+/v8", 4, u"UTF-7"},      {"\xEF\xBB\xBF", 3, u"UTF-8"},
+  };
+  const size_t lengths[] = {5, 5, 4, 4, 3};
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(cases[i].bytes);
+    String name;
+    EXPECT_EQ(Converter::detectUnicodeSignature(cases[i].bytes, cases[i].length, name), lengths[i]);
+    EXPECT_EQ(name, String(cases[i].name));
+  }
+}
+
+// A stream writer wrote "?" for an unpaired surrogate that its contract
+// refuses.
+TEST(StreamConverterRegression, LoneSurrogateWrittenAsQuestionMark) {
+  struct Case {
+    const char16_t* encoding;
+    std::u16string_view text;
+    std::string_view written;  // what reaches the target before the refusal
+  };
+  const Case cases[] = {
+      {u"UTF-8",
+       u"a\xDC00"
+       u"b",
+       "a"},
+      {u"windows-1251", u"\x0416\xD800\x0416", "\xC6"},
+      {u"UTF-16", std::u16string_view(u"A\xD800", 2), std::string_view("A\0", 2)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(String(c.encoding).toUtf8());
+    StreamConverterFromUnicode writer(c.encoding);
+    const char16_t* source = c.text.data();
+    char buffer[16];
+    char* target = buffer;
+    try {
+      writer.narrow(source, c.text.size(), target, sizeof buffer);
+      const char16_t* end_of_input = nullptr;
+      writer.narrow(end_of_input, 0, target, sizeof buffer);
+      ADD_FAILURE() << "accepted";
+    } catch (const ConverterException& e) {
+      EXPECT_EQ(e.code(), ConverterException::Code::BadData);
+    }
+    EXPECT_EQ(std::string_view(buffer, static_cast<size_t>(target - buffer)), c.written);
+  }
+  // A surrogate pair is one character, also when the pieces split it.
+  StreamConverterFromUnicode writer(u"UTF-8");
+  const char16_t* pair = u"\xD83D\xDE00";
+  char buffer[8];
+  char* target = buffer;
+  const char16_t* source = pair;
+  writer.narrow(source, 1, target, sizeof buffer);
+  writer.narrow(source, 1, target, sizeof buffer);
+  EXPECT_EQ(std::string(buffer, target), "\xF0\x9F\x98\x80");
 }
 
 // Converts `bytes` through a stream reader fed `piece` bytes at a time into

@@ -229,11 +229,13 @@ TEST(Formats, BooleanTextsAndParsing) {
   const BoolFormat en(Locale(u"en_US"));
   const BoolFormat ru(Locale(u"ru_RU"));
   bool value = true;
-  EXPECT_TRUE(ru.parse(u"  нет ", value));
+  EXPECT_TRUE(ru.parse(u"  ложь ", value));
   EXPECT_FALSE(value);
   EXPECT_TRUE(ru.parse(u"ИСТИНА", value));
   EXPECT_TRUE(value);
-  EXPECT_FALSE(ru.parse(u"Yes", value));
+  EXPECT_FALSE(ru.parse(u"Да", value));  // written, never read
+  EXPECT_FALSE(en.parse(u"Yes", value));
+  EXPECT_FALSE(ru.parse(u"True", value));
   EXPECT_TRUE(en.parse(u"false", value));
   EXPECT_FALSE(value);
   EXPECT_FALSE(en.parse(u"maybe", value));

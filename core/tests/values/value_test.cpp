@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -80,8 +81,6 @@ TEST(Value, StringToBooleanTakesTheFourWordsWithSpaceAround) {
     EXPECT_TRUE(result);
     EXPECT_TRUE(Value(u"\tFALSE\n").getBoolean(result));
     EXPECT_FALSE(result);
-    EXPECT_TRUE(Value(u"да").getBoolean(result));  // the thread's own texts come first
-    EXPECT_TRUE(result);
     result = true;
     EXPECT_FALSE(Value(u"истина да").getBoolean(result));
     EXPECT_FALSE(result);
@@ -89,6 +88,34 @@ TEST(Value, StringToBooleanTakesTheFourWordsWithSpaceAround) {
     EXPECT_FALSE(Value(u"yes").getBoolean(result));
     EXPECT_FALSE(result);
   });
+}
+
+// The answer words were read as booleans in any case, so u"yes" was true.
+TEST(ValueRegression, YesConvertedToBoolean) {
+  struct Case {
+    const char16_t* locale;
+    int level;  // the host's compatibility level; 0 for no application context
+    const char16_t* text;
+    bool converts;
+    bool result;
+  };
+  const Case cases[] = {
+      {u"en_US", 0, u"yes", false, false},    {u"en_US", 0, u"Yes", false, false},
+      {u"en_US", 0, u" NO ", false, false},   {u"en_US", 1, u"yes", false, false},
+      {u"ru_RU", 0, u"да", false, false},     {u"ru_RU", 0, u"Нет", false, false},
+      {u"en_US", 0, u"TRUE", true, true},     {u"en_US", 0, u"ложь", true, false},
+      {u"ru_RU", 0, u" Истина ", true, true}, {u"ru_RU", 1, u"false", true, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(String(c.text).toUtf8() + " in " + String(c.locale).toUtf8());
+    in_locale(c.locale, [&] {
+      std::optional<ScopedLevel> level;
+      if (c.level != 0) level.emplace(c.level);
+      bool result = !c.result;
+      EXPECT_EQ(Value(c.text).getBoolean(result), c.converts);
+      EXPECT_EQ(result, c.result);
+    });
+  }
 }
 
 TEST(Value, ConversionsOfThePrimitiveKinds) {
