@@ -1,36 +1,66 @@
 // Implements core/thread.h: the calling thread's settings and formats.
 #include "core/thread.h"
 
-#include <atomic>
+#include <unordered_set>
 
 #include "base/lifecycle.h"
 #include "core/exception.h"
 #include "core/exception_classes.h"
 #include "core/formats.h"
 #include "core/scom.h"
+#include "internal/thread_annotations.h"
 #include "internal/throw.h"
 
 namespace core {
 
 namespace {
 
-std::atomic<int> live_settings{0};
+// Every thread's settings alive, never destroyed. A thread's settings leave
+// when the thread ends; those of threads still running when the library is
+// torn down stay here (the teardown retires the slot, which no longer ends
+// them), bounded by one per such thread and reachable until the process ends.
+class LiveSettings {
+ public:
+  static LiveSettings& instance() {
+    static auto* const live = new LiveSettings;
+    return *live;
+  }
+
+  void add(const Thread* thread) {
+    detail::MutexLock lock(mutex_);
+    threads_.insert(thread);
+  }
+
+  void remove(const Thread* thread) {
+    detail::MutexLock lock(mutex_);
+    threads_.erase(thread);
+  }
+
+  int count() {
+    detail::MutexLock lock(mutex_);
+    return static_cast<int>(threads_.size());
+  }
+
+ private:
+  detail::Mutex mutex_;
+  std::unordered_set<const Thread*> threads_ CORE_GUARDED_BY(mutex_);
+};
 
 }  // namespace
 
 namespace detail {
 
-int live_thread_settings() noexcept { return live_settings.load(std::memory_order_acquire); }
+int live_thread_settings() noexcept { return LiveSettings::instance().count(); }
 
 }  // namespace detail
 
 Thread::Thread()
     : locale_(Locale::processDefault()),
       language_(locale_.language() == u"ru" ? Language::Russian : Language::English) {
-  live_settings.fetch_add(1, std::memory_order_relaxed);
+  LiveSettings::instance().add(this);
 }
 
-Thread::~Thread() { live_settings.fetch_sub(1, std::memory_order_acq_rel); }
+Thread::~Thread() { LiveSettings::instance().remove(this); }
 
 Thread& Thread::current() {
   platform::ThreadLocalSlot* slot = detail::thread_settings_slot();
