@@ -41,6 +41,7 @@ extern const Command kFormatCommand;
 extern const Command kListCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
+extern const Command kMethodsCommand;
 extern const Command kParamsCommand;
 extern const Command kValueCommand;
 extern const Command kZonesCommand;

@@ -11,8 +11,8 @@ namespace {
 
 const Command* const kCommands[] = {&kCalcCommand,   &kConvertCommand, &kDateCommand,
                                     &kDetectCommand, &kFormatCommand,  &kListCommand,
-                                    &kLocaleCommand, &kMessageCommand, &kParamsCommand,
-                                    &kValueCommand,  &kZonesCommand};
+                                    &kLocaleCommand, &kMessageCommand, &kMethodsCommand,
+                                    &kParamsCommand, &kValueCommand,   &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

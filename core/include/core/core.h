@@ -29,9 +29,14 @@
 #include "core/week_day.h"
 
 // Values: the universal value, decimal numbers, dates, time zones, types,
-// type domains and typed values, binary data.
+// type domains and typed values, binary data, the property and method tables
+// of objects, enumerations.
 #include "core/binary_data.h"
+#include "core/context.h"
+#include "core/context_iterator.h"
 #include "core/date.h"
+#include "core/enumeration.h"
+#include "core/enumeration_types.h"
 #include "core/numeric.h"
 #include "core/numeric_round_mode.h"
 #include "core/time_zone.h"

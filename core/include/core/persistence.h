@@ -17,6 +17,9 @@
 //   String {4,"text"}   Date {5,<ticks>} (ticks of 100 microseconds, 0 for the
 //   empty date)   Type {1000,<class identifier of the type>}
 //   Binary data {100,87126200-3e98-44e0-b931-ccb1d7edc497,<Base64 bytes>}
+//   An object value offering ISerializableValue {100,<class identifier of its
+//   type>,<what it writes>}, read back by its registered type
+//   (IDeserializingType); an enumeration value writes its code.
 // Every such value reads back equal (GenericValue::equals). Other object
 // values have no stored form: writing one throws
 // `UnsupportedOperationException` ("IDS_ERR_UNSUPPORTED_OPERATION").
@@ -89,6 +92,34 @@ class CORE_EXPORT ListInPersistenceStorage final : public UnknownImpl<IInPersist
 
  private:
   ListInStream stream_;
+};
+
+// An object value with a stored form of its own, {100,<class identifier of
+// its type>,...}: serialize() writes what follows the identifier, inside
+// the value's list.
+class ISerializableValue : public IUnknown {
+ public:
+  // {BEFF6350-1D15-4663-BACD-05E1E72F361B}
+  static constexpr GUID kIid = {
+      0xBEFF6350, 0x1D15, 0x4663, {0xBA, 0xCD, 0x05, 0xE1, 0xE7, 0x2F, 0x36, 0x1B}};
+  virtual void serialize(IOutPersistenceStorage* storage) = 0;
+
+ protected:
+  ~ISerializableValue() override = default;
+};
+
+// The type of such values: it reads what serialize() wrote and gives the
+// value. Throws `ListStreamException` ("IDS_LISTSTREAMERROR") for data it
+// does not accept.
+class IDeserializingType : public IUnknown {
+ public:
+  // {7ED5BC63-DEAF-4815-BDEB-1D63C0891830}
+  static constexpr GUID kIid = {
+      0x7ED5BC63, 0xDEAF, 0x4815, {0xBD, 0xEB, 0x1D, 0x63, 0xC0, 0x89, 0x18, 0x30}};
+  virtual InterfacePtr<IValue> deserialize(IInPersistenceStorage* storage) = 0;
+
+ protected:
+  ~IDeserializingType() override = default;
 };
 
 // The value's form (see above). `value` null writes Undefined.

@@ -12,12 +12,14 @@
 #include "base/locale_data.h"
 #include "base/message_data.h"
 #include "core/binary_data.h"
+#include "core/enumeration_types.h"
 #include "core/init.h"
 #include "core/scom.h"
 #include "core/thread.h"
 #include "internal/icu.h"
 #include "internal/thread_annotations.h"
 #include "rivet/memory_manager.h"
+#include "values/builtin_enumerations.h"
 #include "values/value_objects.h"
 
 namespace core {
@@ -95,6 +97,14 @@ const SCOM_ClassMapEntry kCoreClasses[] = {
     {kTypeTypeClsid, &primitive_type_object<TypeCode::Type>, nullptr},
     {kComObjectTypeClsid, &com_object_type_object, nullptr},
     {kBinaryDataTypeClsid, &binary_data_type_object, nullptr},
+    {kSearchDirectionTypeClsid, &builtin_enumeration_type_object<0>, nullptr},
+    {kRoundModeTypeClsid, &builtin_enumeration_type_object<1>, nullptr},
+    {kSortDirectionTypeClsid, &builtin_enumeration_type_object<2>, nullptr},
+    {kDateFractionsTypeClsid, &builtin_enumeration_type_object<3>, nullptr},
+    {kAllowedLengthTypeClsid, &builtin_enumeration_type_object<4>, nullptr},
+    {kAllowedSignTypeClsid, &builtin_enumeration_type_object<5>, nullptr},
+    {kTextDirectionTypeClsid, &builtin_enumeration_type_object<6>, nullptr},
+    {kPictureTypeTypeClsid, &builtin_enumeration_type_object<7>, nullptr},
 };
 
 // The library's own component module: its messages are the bundle "basalt".

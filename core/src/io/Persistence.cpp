@@ -96,6 +96,15 @@ void write_value(IOutPersistenceStorage* storage, IValue* value) {
         out.putEndOfList();
         return;
       }
+      if (InterfacePtr<ISerializableValue> serializable =
+              InterfacePtr<IValue>(value).query<ISerializableValue>()) {
+        out.putBeginOfList();
+        out.put(static_cast<int>(TypeCode::Object));
+        out.put(value->getIType()->getCLSID());
+        serializable->serialize(storage);
+        out.putEndOfList();
+        return;
+      }
       break;
   }
   throw UnsupportedOperationException();
@@ -148,10 +157,16 @@ InterfacePtr<IValue> read_value(IInPersistenceStorage* storage) {
     case TypeCode::Object: {
       GUID clsid{};
       in.get(clsid);
-      if (clsid != kBinaryDataTypeClsid) throw_list_stream_error();
-      std::string bytes;
-      in.get(bytes);
-      value = create_binary_data_value(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+      if (clsid == kBinaryDataTypeClsid) {
+        std::string bytes;
+        in.get(bytes);
+        value = create_binary_data_value(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+        break;
+      }
+      const InterfacePtr<IDeserializingType> type =
+          Type::create_type(clsid).query<IDeserializingType>();
+      if (!type) throw_list_stream_error();
+      value = type->deserialize(storage);
       break;
     }
     default:
