@@ -43,10 +43,12 @@
 //
 // The host's view: what script code "shelf.Put(item)" does.
 //
+//   core::Value item(u"book");
 //   std::vector<core::GenericValue*> args{&item};
-//   core::call_context_method(shelf, u"put", args, nullptr);   // the count defaults to 1
+//   core::call_context_method(shelf, core::String(u"put"), args, nullptr);  // count: 1
+//   std::vector<core::GenericValue*> none;
 //   core::Value count;
-//   core::call_context_method(shelf, u"Количество", args_none, &count);
+//   core::call_context_method(shelf, core::String(u"Количество"), none, &count);
 //
 // Thread safety: definitions are immutable once made, apart from their name
 // caches, which are built once under a lock and may be read from any
@@ -406,7 +408,8 @@ class CORE_EXPORT VTContextDefBase : public ContextDefCore {
 // one.
 CORE_EXPORT void register_context_def(const GUID& id, IContextDefBase* def);
 // Registers a maker: the definition is made on the first lookup of `id`
-// (see ContextDefExternLazed) and kept until unregistered.
+// (see ContextDefExternLazed) and kept until unregistered. REQUIRES: `make`
+// does not use the registry (it runs under the registry's lock).
 CORE_EXPORT void register_context_def(const GUID& id, InterfacePtr<IContextDefBase> (*make)());
 CORE_EXPORT void unregister_context_def(const GUID& id);
 // The definition registered under `id`, or null.

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <unicode/uchar.h>
 
+#include <atomic>
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core/context_iterator.h"
@@ -279,6 +281,25 @@ TEST(Context, StrategiesAgreeOnRandomTablesWithSharedNames) {
       EXPECT_EQ(ContextDefNoncached::findMethod(def.get(), name), method);
     }
   }
+}
+
+TEST(Context, FirstLookupsFromSeveralThreadsAgree) {
+  InterfacePtr<RandomDef> def(new RandomDef);
+  for (int i = 0; i < 50; ++i) def->methods.push_back({u"M" + std::u16string(i + 1, u'x'), u"Ы"});
+  ContextDefCached sorted;
+  std::vector<std::thread> threads;
+  std::atomic<int> wrong{0};
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < 50; i += 1 + t) {
+        const String name(u"m" + std::u16string(i + 1, u'X'));
+        if (def->findMethod(name) != i || sorted.findMethod(def.get(), name) != i) ++wrong;
+      }
+      if (def->findMethod(String(u"ы")) != 0) ++wrong;
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 TEST(Context, ResetCachesSeeChangedNames) {
