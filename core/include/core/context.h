@@ -230,7 +230,9 @@ class CORE_EXPORT ContextDefHashCached {
   Cache methods_;
 };
 
-// No cache: every lookup scans the definition.
+// No cache: every lookup scans the definition. Names are compared by their
+// case foldings whatever their lengths, since folding may change a length
+// ("Straße" and "STRASSE" are one name), so that it agrees with the caches.
 class CORE_EXPORT ContextDefNoncached {
  public:
   static int findProp(IContextDefBase* def, const String& name);

@@ -193,7 +193,8 @@ class CORE_EXPORT EnumValFactoryTypeBase : public EnumValTypeBase, public IConte
   int32_t release() override { return EnumValTypeBase::release(); }
 
  protected:
-  EnumValFactoryTypeBase(const GUID* id, int default_code) noexcept;
+  // REQUIRES: `id` points to a class identifier that outlives the call.
+  explicit EnumValFactoryTypeBase(const GUID* id, int default_code = 0) noexcept;
   ~EnumValFactoryTypeBase() override = default;
 
  private:

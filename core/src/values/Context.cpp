@@ -18,14 +18,20 @@
 namespace core {
 namespace {
 
-// The names of member `i` in languages 0, 1, ... up to the first null.
+// A member has a name in a few languages; the bound keeps a definition that
+// never ends its list from hanging a lookup.
+constexpr int kMaxNamesPerMember = 16;
+
+// Calls `visit` with the names of member `i` in languages 0, 1, ... up to
+// the first null, until `visit` returns true; returns whether one did.
 template <class Visit>
-void for_each_name(IContextDefBase* def, bool methods, int i, Visit visit) {
-  for (int lang = 0;; ++lang) {
+bool for_each_name(IContextDefBase* def, bool methods, int i, Visit visit) {
+  for (int lang = 0; lang < kMaxNamesPerMember; ++lang) {
     const char16_t* name = methods ? def->getMethodName(i, lang) : def->getPropName(i, lang);
-    if (name == nullptr) return;
-    visit(std::u16string_view(name));
+    if (name == nullptr) return false;
+    if (visit(std::u16string_view(name))) return true;
   }
+  return false;
 }
 
 int member_count(IContextDefBase* def, bool methods) {
@@ -56,8 +62,10 @@ void ContextDefCached::init(Cache& cache, IContextDefBase* def, bool methods) {
                                  });
       // An equal name already there came from a lower index or an earlier
       // language, and keeps the name.
-      if (at != entries.end() && compare_nocase(at->name, name) == 0) return;
-      entries.insert(at, Entry{String(name), i});
+      if (at == entries.end() || compare_nocase(at->name, name) != 0) {
+        entries.insert(at, Entry{String(name), i});
+      }
+      return false;
     });
   }
   cache.entries = std::move(entries);
@@ -121,10 +129,11 @@ void ContextDefHashCached::init(Cache& cache, IContextDefBase* def, bool methods
       int& head = buckets[hash & (bucket_count - 1)];
       for (int at = head; at != -1; at = entries[static_cast<std::size_t>(at)].next) {
         const Entry& entry = entries[static_cast<std::size_t>(at)];
-        if (entry.hash == hash && compare_nocase(entry.name, name) == 0) return;
+        if (entry.hash == hash && compare_nocase(entry.name, name) == 0) return false;
       }
       entries.push_back(Entry{String(name), hash, i, head});
       head = static_cast<int>(entries.size() - 1);
+      return false;
     });
   }
   cache.entries = std::move(entries);
@@ -174,12 +183,10 @@ namespace {
 int scan(IContextDefBase* def, bool methods, std::u16string_view wanted) {
   const int count = member_count(def, methods);
   for (int i = 0; i < count; ++i) {
-    for (int lang = 0;; ++lang) {
-      const char16_t* name = methods ? def->getMethodName(i, lang) : def->getPropName(i, lang);
-      if (name == nullptr) break;
-      const std::u16string_view candidate(name);
-      // Equal foldings mostly have equal lengths; the comparison decides.
-      if (compare_nocase(candidate, wanted) == 0) return i;
+    if (for_each_name(def, methods, i, [wanted](std::u16string_view name) {
+          return compare_nocase(name, wanted) == 0;
+        })) {
+      return i;
     }
   }
   return -1;

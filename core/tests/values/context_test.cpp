@@ -199,6 +199,7 @@ class RandomDef final : public ContextDefExternBase {
   };
   std::vector<Member> props;
   std::vector<Member> methods;
+  bool endless = false;  // every language index names the member
 
   int getNProps() override { return static_cast<int>(props.size()); }
   const char16_t* getPropName(int prop, int lang) override { return name(props, prop, lang); }
@@ -215,10 +216,10 @@ class RandomDef final : public ContextDefExternBase {
   bool hasRetVal(int) override { return false; }
 
  private:
-  static const char16_t* name(const std::vector<Member>& members, int i, int lang) {
+  const char16_t* name(const std::vector<Member>& members, int i, int lang) const {
     if (i < 0 || static_cast<std::size_t>(i) >= members.size()) return nullptr;
     const Member& member = members[static_cast<std::size_t>(i)];
-    if (lang == 0) return member.english.c_str();
+    if (lang == 0 || (endless && lang > 1)) return member.english.c_str();
     if (lang == 1) return member.russian ? member.russian->c_str() : member.english.c_str();
     return nullptr;
   }
@@ -300,6 +301,18 @@ TEST(Context, FirstLookupsFromSeveralThreadsAgree) {
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);
+}
+
+TEST(Context, DefinitionWithEndlessNameListDoesNotHang) {
+  InterfacePtr<RandomDef> def(new RandomDef);
+  def->endless = true;
+  def->props.push_back({u"Same", u"Тот"});
+  def->methods.push_back({u"Other", std::nullopt});
+  ContextDefCached sorted;
+  EXPECT_EQ(def->findProp(String(u"тот")), 0);
+  EXPECT_EQ(sorted.findProp(def.get(), String(u"SAME")), 0);
+  EXPECT_EQ(ContextDefNoncached::findProp(def.get(), String(u"none")), -1);
+  EXPECT_EQ(ContextDefNoncached::findMethod(def.get(), String(u"other")), 0);
 }
 
 TEST(Context, ResetCachesSeeChangedNames) {
