@@ -1,6 +1,7 @@
 // Implements core/enumeration.h and core/enumeration_types.h: enumeration values, their types, and
 // the enumerations the library registers.
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "core/enumeration.h"
@@ -266,10 +267,13 @@ namespace {
 
 // The values as properties: each value's names at 0 and 1 (the English one
 // again when the Russian is empty), its second names at 2 and 3 in the same
-// way. Read only; no methods.
+// way. Read only; no methods. It owns the items, so that a caller holding
+// the definition may outlive the enumeration's type.
 class EnumItemsDef final : public ContextDefExternBase {
  public:
-  explicit EnumItemsDef(const std::vector<EnumValItem>& items) noexcept : items_(items) {}
+  explicit EnumItemsDef(std::vector<EnumValItem> items) noexcept : items_(std::move(items)) {}
+
+  const std::vector<EnumValItem>& items() const noexcept { return items_; }
 
   int getNProps() override { return static_cast<int>(items_.size()); }
   const char16_t* getPropName(int prop, int lang) override {
@@ -290,7 +294,9 @@ class EnumItemsDef final : public ContextDefExternBase {
   bool hasRetVal(int) override { return false; }
 
  private:
-  const std::vector<EnumValItem>& items_;
+  ~EnumItemsDef() override = default;
+
+  const std::vector<EnumValItem> items_;
 };
 
 class EnumValue final : public EnumValValueBase {
@@ -306,37 +312,41 @@ class EnumValue final : public EnumValValueBase {
 class TableEnumFactory final : public UnknownImpl<IEnumValFactory> {
  public:
   TableEnumFactory(IType* type, const EnumDecl& decl) {
-    items_.reserve(decl.items.size());
+    std::vector<EnumValItem> items;
+    items.reserve(decl.items.size());
     values_.reserve(decl.items.size());
     for (const EnumItemDecl& item : decl.items) {
       const char16_t* const names[2] = {item.name.english, item.name.russian};
       const char16_t* const second[2] = {item.second_name.english, item.second_name.russian};
-      items_.emplace_back(item.code, names, second, item.deprecated);
+      items.emplace_back(item.code, names, second, item.deprecated);
       values_.emplace_back(new EnumValue(type, item.code, text_or_empty(item.name.english),
                                          text_or_empty(item.name.russian), decl.module,
                                          item.presentation_id));
     }
-    def_.reset(new EnumItemsDef(items_));
+    def_.reset(new EnumItemsDef(std::move(items)));
   }
 
   InterfacePtr<IValue> createEnumVal(int code) override {
-    for (std::size_t i = 0; i < items_.size(); ++i) {
-      if (items_[i].value() == code) return values_[i];
+    const std::vector<EnumValItem>& items = def_->items();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+      if (items[i].value() == code) return values_[i];
     }
     return {};
   }
-  InterfacePtr<IContextDefBase> getEnumContextDef() override { return def_; }
-  int getNItems() override { return static_cast<int>(items_.size()); }
+  InterfacePtr<IContextDefBase> getEnumContextDef() override {
+    return InterfacePtr<IContextDefBase>(def_.get());
+  }
+  int getNItems() override { return static_cast<int>(def_->items().size()); }
   const EnumValItem* getItem(int index) override {
-    return index >= 0 && index < getNItems() ? &items_[static_cast<std::size_t>(index)] : nullptr;
+    return index >= 0 && index < getNItems() ? &def_->items()[static_cast<std::size_t>(index)]
+                                             : nullptr;
   }
 
  private:
   ~TableEnumFactory() override = default;
 
-  std::vector<EnumValItem> items_;
   std::vector<InterfacePtr<IValue>> values_;
-  InterfacePtr<IContextDefBase> def_;
+  InterfacePtr<EnumItemsDef> def_;
 };
 
 class TableEnumType final : public EnumValFactoryTypeBase {

@@ -172,6 +172,16 @@ TEST_F(EnumerationTest, ItemsAndTypeNames) {
   EXPECT_EQ(enumeration_value_of(colour_->createIValue().get())->code(), 9);
 }
 
+TEST(Enumeration, DefinitionHeldBeyondItsTypeStaysValid) {
+  InterfacePtr<IContextDefBase> def;
+  {
+    InterfacePtr<IType> colour = create_enumeration_type(kColour);
+    def = dynamic_cast<EnumValTypeBase*>(colour.get())->enumValFactory()->getEnumContextDef();
+  }
+  EXPECT_EQ(def->findProp(String(u"синий")), 2);
+  EXPECT_EQ(String(def->getPropName(0, 3)), String(u"Алый"));
+}
+
 // Writes `value` in one encoding and reads it back.
 Value round_trip(const Value& value, bool binary) {
   InterfacePtr<MemoryFile> file(new MemoryFile);
