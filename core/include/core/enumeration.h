@@ -221,7 +221,9 @@ struct EnumDecl {
 };
 
 // A new enumeration type (count 1) made from `decl`, its values made once.
-// REQUIRES: `decl` and its data outlive the type (constant data does).
+// REQUIRES: `decl` and its data outlive the type (constant data does); the
+// type outlives its values, which keep it without a reference (a registered
+// type lives until its module stops).
 CORE_EXPORT InterfacePtr<IType> create_enumeration_type(const EnumDecl& decl);
 
 // `value` as an enumeration value, or null when it is none (or null).
