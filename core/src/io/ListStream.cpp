@@ -34,39 +34,6 @@ constexpr std::array<signed char, 128> kBase64Values = [] {
   return values;
 }();
 
-// Appends the Base64 form of `data`, with "\r\n" between runs of 64
-// characters.
-template <class Out>
-void encode_base64(const unsigned char* data, std::size_t count, Out& out) {
-  std::size_t column = 0;
-  auto emit = [&](char c) {
-    if (column == 64) {
-      out.push_back(u'\r');
-      out.push_back(u'\n');
-      column = 0;
-    }
-    out.push_back(static_cast<char16_t>(c));
-    ++column;
-  };
-  std::size_t i = 0;
-  for (; i + 3 <= count; i += 3) {
-    const std::uint32_t v =
-        (std::uint32_t{data[i]} << 16) | (std::uint32_t{data[i + 1]} << 8) | data[i + 2];
-    emit(kBase64Alphabet[v >> 18]);
-    emit(kBase64Alphabet[(v >> 12) & 63]);
-    emit(kBase64Alphabet[(v >> 6) & 63]);
-    emit(kBase64Alphabet[v & 63]);
-  }
-  if (i < count) {
-    std::uint32_t v = std::uint32_t{data[i]} << 16;
-    if (i + 1 < count) v |= std::uint32_t{data[i + 1]} << 8;
-    emit(kBase64Alphabet[v >> 18]);
-    emit(kBase64Alphabet[(v >> 12) & 63]);
-    emit(i + 1 < count ? kBase64Alphabet[(v >> 6) & 63] : '=');
-    emit('=');
-  }
-}
-
 // Decodes Base64 text, white space ignored; anything else malformed throws.
 void decode_base64(std::u16string_view text, std::string& out) {
   out.clear();
@@ -200,10 +167,15 @@ enum Kind : std::uint8_t {
 
 // ---------------------------------------------------------------------------
 // What the two writing sides share: the target (a writer of text or a file
-// of bytes), the buffer in front of it, flushing and closing. An encoding
-// appends to buffer_ and calls spill() after each value.
+// of bytes), the buffer in front of it, flushing and closing.
+//
+// The buffer is a fixed array that an encoding writes into directly. Every
+// value starts with fewer than kCapacity units in it, so a value of at most
+// kSlack units (a number, a GUID, a token with its count) needs no check;
+// longer ones go through appendRun(), and spill() after each value passes
+// the buffer on once it holds kCapacity units.
 
-template <class Target, class Buffer, std::size_t kCapacity>
+template <class Target, class Unit, std::size_t kCapacity>
 class BufferedListOut : public UnknownImpl<IListOutStream> {
  public:
   void flush() final {
@@ -220,10 +192,10 @@ class BufferedListOut : public UnknownImpl<IListOutStream> {
   }
 
  protected:
-  // Units or bytes gathered before they go to the target.
-  static constexpr std::size_t kBufferSize = kCapacity;
+  static constexpr std::size_t kSlack = 128;
+  static constexpr std::size_t kBufferCapacity = kCapacity;
 
-  explicit BufferedListOut(Target* target) : target_(target) { buffer_.reserve(kBufferSize + 64); }
+  explicit BufferedListOut(Target* target) : target_(target) {}
   ~BufferedListOut() override = default;
 
   // For the destructor of the encoding, which still has its part of the
@@ -234,28 +206,104 @@ class BufferedListOut : public UnknownImpl<IListOutStream> {
     } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
     }
   }
-  // Puts into buffer_ what the encoding still holds back; close() calls it
-  // once, before the last spill.
+  // Puts into the buffer what the encoding still holds back; close() calls
+  // it once, before the last spill.
   virtual void finish() {}
 
   void open() const {
     if (!target_) throw_list_stream_error();
   }
   void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      target_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
+    if ((all || size_ >= kCapacity) && size_ != 0) {
+      target_->write(units_.data(), size_);
+      size_ = 0;
+    }
+  }
+
+  // Where the next unit goes; `used` units written there are kept.
+  Unit* tail() noexcept { return units_.data() + size_; }
+  void used(std::size_t count) noexcept { size_ += count; }
+  void push(Unit unit) noexcept { units_[size_++] = unit; }
+  // Appends `count` units of any length, passing full buffers on; leaves
+  // at most kCapacity units, so kSlack units may follow unchecked.
+  void appendRun(const Unit* run, std::size_t count) {
+    while (count != 0) {
+      spill();
+      const std::size_t piece = std::min(count, kCapacity - size_);
+      std::memcpy(tail(), run, piece * sizeof(Unit));
+      size_ += piece;
+      run += piece;
+      count -= piece;
     }
   }
 
   InterfacePtr<Target> target_;
-  Buffer buffer_;
+
+ private:
+  std::array<Unit, kCapacity + kSlack> units_;
+  std::size_t size_ = 0;
 };
 
 // ---------------------------------------------------------------------------
 // The text encoding, writing side.
 
-class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> {
+// The two lowercase hexadecimal digits of every byte, as one 32-bit word in
+// memory order.
+constexpr std::array<std::uint32_t, 256> kHexPairs = [] {
+  std::array<std::uint32_t, 256> pairs{};
+  for (std::uint32_t byte = 0; byte < 256; ++byte) {
+    const char16_t high = kHexDigits[byte >> 4];
+    const char16_t low = kHexDigits[byte & 15];
+    if constexpr (std::endian::native == std::endian::little) {
+      pairs[byte] = std::uint32_t{high} | (std::uint32_t{low} << 16);
+    } else {
+      pairs[byte] = (std::uint32_t{high} << 16) | std::uint32_t{low};
+    }
+  }
+  return pairs;
+}();
+
+// Writes the two hex digits of `byte` at `out`.
+inline void put_hex_pair(char16_t* out, std::uint8_t byte) noexcept {
+  std::memcpy(out, &kHexPairs[byte], sizeof(std::uint32_t));
+}
+
+// The number of decimal digits of `value`.
+inline std::size_t decimal_digits(std::uint64_t value) noexcept {
+  std::size_t digits = 1;
+  for (std::uint64_t bound = 10; value >= bound; bound *= 10) {
+    ++digits;
+    if (digits == detail::kMaxDecimalDigits) break;
+  }
+  return digits;
+}
+
+// The position of the first unit in [text, text + count) that a quoted
+// string cannot hold as it is (a double quote or a surrogate), or count.
+// Four units are tested at once.
+std::size_t find_unit_to_escape(const char16_t* text, std::size_t count) noexcept {
+  constexpr std::uint64_t kOnes = 0x0001000100010001ull;
+  constexpr std::uint64_t kHighs = 0x8000800080008000ull;
+  auto has_zero_unit = [](std::uint64_t word) {
+    return ((word - kOnes) & ~word & kHighs) != 0;
+  };
+  std::size_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    std::uint64_t word;
+    std::memcpy(&word, text + i, sizeof word);
+    if (has_zero_unit(word ^ (kOnes * u'"')) ||
+        has_zero_unit((word & (kOnes * 0xF800)) ^ (kOnes * 0xD800))) {
+      break;
+    }
+  }
+  for (; i < count; ++i) {
+    const char16_t c = text[i];
+    if (c == u'"' || (c & 0xF800) == 0xD800) return i;
+  }
+  return count;
+}
+
+class TextListOut final : public BufferedListOut<IWriter, char16_t, 8192> {
  public:
   explicit TextListOut(IWriter* writer) : BufferedListOut(writer) {}
   ~TextListOut() override { closeQuietly(); }
@@ -264,8 +312,8 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     open();
     comma();
     after_end_ = false;
-    if (!at_start_) buffer_.push_back(u'\n');
-    buffer_.push_back(u'{');
+    if (!at_start_) push(u'\n');
+    push(u'{');
     at_start_ = false;
     ++depth_;
     spill();
@@ -274,8 +322,8 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     open();
     if (depth_ == 0) throw_list_stream_error();
     --depth_;
-    if (after_end_) buffer_.push_back(u'\n');
-    buffer_.push_back(u'}');
+    if (after_end_) push(u'\n');
+    push(u'}');
     need_comma_ = true;
     after_end_ = true;
     at_start_ = false;
@@ -285,7 +333,7 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     const std::uint64_t magnitude =
         value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     beginValue();
-    if (value < 0) buffer_.push_back(u'-');
+    if (value < 0) push(u'-');
     appendDecimal(magnitude);
     endValue();
   }
@@ -299,57 +347,58 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     char text[64];
     const auto result = std::to_chars(text, text + sizeof text, value);
     beginValue();
-    for (const char* p = text; p != result.ptr; ++p) buffer_.push_back(static_cast<char16_t>(*p));
+    char16_t* out = tail();
+    for (const char* p = text; p != result.ptr; ++p) *out++ = static_cast<char16_t>(*p);
+    used(static_cast<std::size_t>(result.ptr - text));
     endValue();
   }
   void putGuid(const GUID& value) override {
     beginValue();
-    auto hex = [this](std::uint64_t v, int digits) {
-      for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-        buffer_.push_back(kHexDigits[(v >> shift) & 15]);
-    };
-    hex(value.Data1, 8);
-    buffer_.push_back(u'-');
-    hex(value.Data2, 4);
-    buffer_.push_back(u'-');
-    hex(value.Data3, 4);
-    buffer_.push_back(u'-');
-    hex(value.Data4[0], 2);
-    hex(value.Data4[1], 2);
-    buffer_.push_back(u'-');
-    for (int i = 2; i < 8; ++i) hex(value.Data4[i], 2);
+    char16_t* out = tail();
+    put_hex_pair(out, static_cast<std::uint8_t>(value.Data1 >> 24));
+    put_hex_pair(out + 2, static_cast<std::uint8_t>(value.Data1 >> 16));
+    put_hex_pair(out + 4, static_cast<std::uint8_t>(value.Data1 >> 8));
+    put_hex_pair(out + 6, static_cast<std::uint8_t>(value.Data1));
+    out[8] = u'-';
+    put_hex_pair(out + 9, static_cast<std::uint8_t>(value.Data2 >> 8));
+    put_hex_pair(out + 11, static_cast<std::uint8_t>(value.Data2));
+    out[13] = u'-';
+    put_hex_pair(out + 14, static_cast<std::uint8_t>(value.Data3 >> 8));
+    put_hex_pair(out + 16, static_cast<std::uint8_t>(value.Data3));
+    out[18] = u'-';
+    put_hex_pair(out + 19, value.Data4[0]);
+    put_hex_pair(out + 21, value.Data4[1]);
+    out[23] = u'-';
+    for (int i = 2; i < 8; ++i) put_hex_pair(out + 24 + 2 * (i - 2), value.Data4[i]);
+    used(36);
     endValue();
   }
   void putString(const char16_t* text, std::size_t count) override {
     beginValue();
-    buffer_.push_back(u'"');
-    // Runs without quotes and surrogates go over in one piece.
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      const char16_t c = text[i];
-      if (c == u'"' || (c >= 0xD800 && c <= 0xDFFF)) {
-        start = i;
-        break;
-      }
-      start = i + 1;
-    }
-    buffer_.append(text, start);
-    for (std::size_t i = start; i < count; ++i) {
-      const char16_t c = text[i];
+    push(u'"');
+    // The runs between the units to escape go over in one piece each.
+    for (;;) {
+      const std::size_t run = find_unit_to_escape(text, count);
+      appendRun(text, run);
+      if (run == count) break;
+      const char16_t c = text[run];
+      char16_t* out = tail();
       if (c == u'"') {
-        buffer_.push_back(u'"');
-        buffer_.push_back(u'"');
-      } else if (c >= 0xD800 && c <= 0xDFFF) {
-        buffer_.push_back(u'"');
-        buffer_.push_back(u'\\');
-        for (int shift = 12; shift >= 0; shift -= 4)
-          buffer_.push_back(kHexDigits[(c >> shift) & 15]);
+        out[0] = u'"';
+        out[1] = u'"';
+        used(2);
       } else {
-        buffer_.push_back(c);
+        out[0] = u'"';
+        out[1] = u'\\';
+        put_hex_pair(out + 2, static_cast<std::uint8_t>(c >> 8));
+        put_hex_pair(out + 4, static_cast<std::uint8_t>(c));
+        used(6);
       }
-      if (buffer_.size() >= kBufferSize) spill();
+      spill();
+      text += run + 1;
+      count -= run + 1;
     }
-    buffer_.push_back(u'"');
+    push(u'"');
     endValue();
   }
   void putBytes(const void* data, std::size_t count) override {
@@ -358,24 +407,24 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     // all ("{1,}", or "{}" for a list of one empty block): the empty quoted
     // string stands in for it.
     if (count == 0) {
-      buffer_.push_back(u'"');
-      buffer_.push_back(u'"');
+      push(u'"');
+      push(u'"');
     } else {
-      encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+      appendBase64(static_cast<const unsigned char*>(data), count);
     }
     endValue();
   }
   void putNumeric(const Numeric& value) override {
     const String text = value.toString();
     beginValue();
-    buffer_.append(text.data(), text.size());
+    appendRun(text.data(), text.size());
     endValue();
   }
 
  private:
   void comma() {
     if (need_comma_) {
-      buffer_.push_back(u',');
+      push(u',');
       need_comma_ = false;
     }
   }
@@ -390,9 +439,45 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     spill();
   }
   void appendDecimal(std::uint64_t value) {
-    char16_t digits[detail::kMaxDecimalDigits];
-    char16_t* const end = digits + detail::kMaxDecimalDigits;
-    buffer_.append(detail::write_decimal_backwards(value, end), end);
+    const std::size_t digits = decimal_digits(value);
+    detail::write_decimal_backwards(value, tail() + digits);
+    used(digits);
+  }
+  // Base64 in lines of 64 characters (48 bytes), "\r\n" between them; each
+  // line goes into the buffer four characters at a time.
+  void appendBase64(const unsigned char* data, std::size_t count) {
+    auto quad = [](char16_t* out, std::uint32_t v) {
+      out[0] = static_cast<char16_t>(kBase64Alphabet[v >> 18]);
+      out[1] = static_cast<char16_t>(kBase64Alphabet[(v >> 12) & 63]);
+      out[2] = static_cast<char16_t>(kBase64Alphabet[(v >> 6) & 63]);
+      out[3] = static_cast<char16_t>(kBase64Alphabet[v & 63]);
+    };
+    bool first = true;
+    while (count != 0) {
+      spill();
+      char16_t* out = tail();
+      if (!first) {
+        *out++ = u'\r';
+        *out++ = u'\n';
+      }
+      first = false;
+      const std::size_t line = std::min<std::size_t>(count, 48);
+      std::size_t i = 0;
+      for (; i + 3 <= line; i += 3, out += 4) {
+        quad(out, (std::uint32_t{data[i]} << 16) | (std::uint32_t{data[i + 1]} << 8) | data[i + 2]);
+      }
+      if (i < line) {
+        std::uint32_t v = std::uint32_t{data[i]} << 16;
+        if (i + 1 < line) v |= std::uint32_t{data[i + 1]} << 8;
+        quad(out, v);
+        if (i + 1 == line) out[2] = u'=';
+        out[3] = u'=';
+        out += 4;
+      }
+      used(static_cast<std::size_t>(out - tail()));
+      data += line;
+      count -= line;
+    }
   }
 
   bool need_comma_ = false;
@@ -702,7 +787,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
 // ---------------------------------------------------------------------------
 // The binary encoding, writing side.
 
-class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
+class BinaryListOut final : public BufferedListOut<IFile, char, 16384> {
  public:
   explicit BinaryListOut(IFile* file) : BufferedListOut(file) {}
   ~BinaryListOut() override { closeQuietly(); }
@@ -714,6 +799,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     pending_ |= kBeginFlag;
     need_comma_ = false;
     ++depth_;
+    spill();
   }
   void putEndOfList() override {
     open();
@@ -722,6 +808,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     if (pending_ != 0) emitPending();
     pending_ = kEndFlag;
     need_comma_ = true;
+    spill();
   }
   void putSigned(std::int64_t value) override {
     if (value >= 0) {
@@ -781,24 +868,29 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     little(value.Data1, 4);
     little(value.Data2, 2);
     little(value.Data3, 2);
-    buffer_.append(reinterpret_cast<const char*>(value.Data4), 8);
+    std::memcpy(tail(), value.Data4, 8);
+    used(8);
     spill();
   }
   void putString(const char16_t* text, std::size_t count) override {
     countedToken(kString8, count);
-    for (std::size_t i = 0; i < count; ++i) {
-      little(text[i], 2);
-      if (buffer_.size() >= kBufferSize) spill();
+    if constexpr (std::endian::native == std::endian::little) {
+      appendRun(reinterpret_cast<const char*>(text), count * sizeof(char16_t));
+    } else {
+      for (std::size_t i = 0; i < count; ++i) {
+        little(text[i], 2);
+        spill();
+      }
     }
     spill();
   }
   void putBytes(const void* data, std::size_t count) override {
     countedToken(kBytes8, count);
-    spill(true);
-    if (count >= kBufferSize) {
+    if (count >= kBufferCapacity) {
+      spill(true);
       target_->write(data, count);
     } else {
-      buffer_.append(static_cast<const char*>(data), count);
+      appendRun(static_cast<const char*>(data), count);
     }
     spill();
   }
@@ -810,9 +902,9 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     do {
       const auto byte = static_cast<std::uint8_t>(length & 0x7F);
       length >>= 7;
-      buffer_.push_back(static_cast<char>(length != 0 ? byte | 0x80 : byte));
+      push(static_cast<char>(length != 0 ? byte | 0x80 : byte));
     } while (length != 0);
-    buffer_.append(text);
+    appendRun(text.data(), text.size());
     spill();
   }
 
@@ -827,7 +919,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     need_comma_ = false;
   }
   void emitPending() {
-    buffer_.push_back(static_cast<char>(pending_));
+    push(static_cast<char>(pending_));
     pending_ = 0;
   }
   // The token byte of a value of `kind`, with the flags pending before it.
@@ -835,12 +927,18 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     open();
     comma();
     if ((pending_ & kKindMask) != 0) emitPending();
-    buffer_.push_back(static_cast<char>(pending_ | kind));
+    push(static_cast<char>(pending_ | kind));
     pending_ = 0;
     need_comma_ = true;
   }
+  // The low `bytes` bytes of `value`, least significant first.
   void little(std::uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(tail(), &value, static_cast<std::size_t>(bytes));
+    } else {
+      for (int i = 0; i < bytes; ++i) tail()[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    }
+    used(static_cast<std::size_t>(bytes));
   }
   // The token of a counted payload in the smallest of its three kinds
   // (`kind8`: a one-byte count, then two and eight bytes), and the count.
