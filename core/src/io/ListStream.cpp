@@ -76,18 +76,80 @@ void decode_base64(std::u16string_view text, std::string& out) {
   // After padding the group closes, and nothing may follow.
 }
 
+// Scanning UTF-16 text four units at a time: a 64-bit word of four units
+// has a unit equal to `unit` when has_unit() says so.
+constexpr std::uint64_t kUnitOnes = 0x0001000100010001ull;
+constexpr std::uint64_t kUnitHighs = 0x8000800080008000ull;
+
+constexpr bool has_zero_unit(std::uint64_t word) noexcept {
+  return ((word - kUnitOnes) & ~word & kUnitHighs) != 0;
+}
+constexpr bool has_unit(std::uint64_t word, char16_t unit) noexcept {
+  return has_zero_unit(word ^ (kUnitOnes * unit));
+}
+
+inline std::uint64_t load_units(const char16_t* text) noexcept {
+  std::uint64_t word;
+  std::memcpy(&word, text, sizeof word);
+  return word;
+}
+
+// The first unit in [begin, end) that `stop` accepts; `may_stop(word)`
+// tells whether a word of four units may hold one.
+template <class MayStop, class Stop>
+const char16_t* find_unit(const char16_t* begin, const char16_t* end, MayStop may_stop,
+                          Stop stop) noexcept {
+  while (end - begin >= 4 && !may_stop(load_units(begin))) begin += 4;
+  while (begin != end && !stop(*begin)) ++begin;
+  return begin;
+}
+
+// The first unit that a quoted string cannot hold as it is: a double quote
+// or a surrogate.
+const char16_t* find_unit_to_escape(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(
+      begin, end,
+      [](std::uint64_t word) {
+        return has_unit(word, u'"') || has_unit(word & (kUnitOnes * 0xF800), 0xD800);
+      },
+      [](char16_t c) { return c == u'"' || (c & 0xF800) == 0xD800; });
+}
+
+// The end of a quoted run: the next double quote.
+const char16_t* find_quote(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(
+      begin, end, [](std::uint64_t word) { return has_unit(word, u'"'); },
+      [](char16_t c) { return c == u'"'; });
+}
+
+// The end of a bare word: the next "," or "}".
+const char16_t* find_word_end(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(
+      begin, end, [](std::uint64_t word) { return has_unit(word, u',') || has_unit(word, u'}'); },
+      [](char16_t c) { return c == u',' || c == u'}'; });
+}
+
 // Reads "-"? digits into a sign and magnitude; false when the text is not
 // such an integer or the magnitude exceeds 64 bits.
 bool parse_integer(std::u16string_view text, bool& negative, std::uint64_t& magnitude) {
   negative = !text.empty() && text.front() == u'-';
   if (negative) text.remove_prefix(1);
   if (text.empty()) return false;
+  // Nineteen digits cannot overflow; only a twentieth needs the check.
+  const std::size_t safe = std::min<std::size_t>(text.size(), 19);
   std::uint64_t value = 0;
-  for (const char16_t c : text) {
-    if (c < u'0' || c > u'9') return false;
-    const auto digit = static_cast<std::uint64_t>(c - u'0');
-    if (value > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) return false;
+  for (std::size_t i = 0; i < safe; ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit > 9) return false;
     value = value * 10 + digit;
+  }
+  for (std::size_t i = safe; i < text.size(); ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit > 9) return false;
+    if (__builtin_mul_overflow(value, std::uint64_t{10}, &value) ||
+        __builtin_add_overflow(value, std::uint64_t{digit}, &value)) {
+      return false;
+    }
   }
   magnitude = value;
   return true;
@@ -133,8 +195,42 @@ bool parse_double(std::u16string_view text, double& value) {
   return error == std::errc() && end == ascii + text.size();
 }
 
+// The values of the hexadecimal digits among the ASCII units, -1 for the
+// other units below 128.
+constexpr std::array<signed char, 128> kHexValues = [] {
+  std::array<signed char, 128> values{};
+  for (std::size_t c = 0; c < values.size(); ++c)
+    values[c] = static_cast<signed char>(detail::hex_digit_value(static_cast<char16_t>(c)));
+  return values;
+}();
+
+// The GUID of its 36-character form (8-4-4-4-12 hexadecimal digits), read
+// from fixed positions.
 bool parse_guid(std::u16string_view text, GUID& value) {
-  return text.size() == 36 && GUID::tryParse(text, value);
+  if (text.size() != 36 || text[8] != u'-' || text[13] != u'-' || text[18] != u'-' ||
+      text[23] != u'-') {
+    return false;
+  }
+  // The first digit of each byte, in the order of the GUID's fields.
+  static constexpr std::uint8_t kBytes[16] = {0,  2,  4,  6,  9,  11, 14, 16,
+                                              19, 21, 24, 26, 28, 30, 32, 34};
+  std::uint8_t bytes[16];
+  int bad = 0;
+  for (int i = 0; i < 16; ++i) {
+    const char16_t high = text[kBytes[i]];
+    const char16_t low = text[kBytes[i] + 1];
+    const int h = high < 128 ? kHexValues[high] : -1;
+    const int l = low < 128 ? kHexValues[low] : -1;
+    bad |= h | l;
+    bytes[i] = static_cast<std::uint8_t>((h << 4) | (l & 15));
+  }
+  if (bad < 0) return false;
+  value.Data1 = (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) |
+                (std::uint32_t{bytes[2]} << 8) | bytes[3];
+  value.Data2 = static_cast<std::uint16_t>((bytes[4] << 8) | bytes[5]);
+  value.Data3 = static_cast<std::uint16_t>((bytes[6] << 8) | bytes[7]);
+  std::memcpy(value.Data4, bytes + 8, 8);
+  return true;
 }
 
 constexpr std::uint8_t kCommaFlag = 0x80;
@@ -278,31 +374,6 @@ inline std::size_t decimal_digits(std::uint64_t value) noexcept {
   return digits;
 }
 
-// The position of the first unit in [text, text + count) that a quoted
-// string cannot hold as it is (a double quote or a surrogate), or count.
-// Four units are tested at once.
-std::size_t find_unit_to_escape(const char16_t* text, std::size_t count) noexcept {
-  constexpr std::uint64_t kOnes = 0x0001000100010001ull;
-  constexpr std::uint64_t kHighs = 0x8000800080008000ull;
-  auto has_zero_unit = [](std::uint64_t word) {
-    return ((word - kOnes) & ~word & kHighs) != 0;
-  };
-  std::size_t i = 0;
-  for (; i + 4 <= count; i += 4) {
-    std::uint64_t word;
-    std::memcpy(&word, text + i, sizeof word);
-    if (has_zero_unit(word ^ (kOnes * u'"')) ||
-        has_zero_unit((word & (kOnes * 0xF800)) ^ (kOnes * 0xD800))) {
-      break;
-    }
-  }
-  for (; i < count; ++i) {
-    const char16_t c = text[i];
-    if (c == u'"' || (c & 0xF800) == 0xD800) return i;
-  }
-  return count;
-}
-
 class TextListOut final : public BufferedListOut<IWriter, char16_t, 8192> {
  public:
   explicit TextListOut(IWriter* writer) : BufferedListOut(writer) {}
@@ -378,7 +449,7 @@ class TextListOut final : public BufferedListOut<IWriter, char16_t, 8192> {
     push(u'"');
     // The runs between the units to escape go over in one piece each.
     for (;;) {
-      const std::size_t run = find_unit_to_escape(text, count);
+      const auto run = static_cast<std::size_t>(find_unit_to_escape(text, text + count) - text);
       appendRun(text, run);
       if (run == count) break;
       const char16_t c = text[run];
@@ -548,12 +619,13 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     }
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    if (readElement() || !parse_integer(trim_white_space(word_), negative, magnitude))
+    if (readElement() || !parse_integer(trim_white_space(element_), negative, magnitude))
       throw_list_stream_error();
   }
   double getDouble() override {
     double value = 0;
-    if (readElement() || !parse_double(trim_white_space(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_double(trim_white_space(element_), value))
+      throw_list_stream_error();
     return value;
   }
   float getFloat() override {
@@ -564,25 +636,25 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   GUID getGuid() override {
     GUID value{};
-    if (readElement() || !parse_guid(trim_white_space(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_guid(trim_white_space(element_), value)) throw_list_stream_error();
     return value;
   }
   void getString(String& out) override {
     if (readElement()) {
-      out = String(std::u16string_view(word_));
+      out = String(element_);
       return;
     }
-    const std::u16string_view word = trim_white_space(word_);
+    const std::u16string_view word = trim_white_space(element_);
     if (word.empty()) throw_list_stream_error();
     out = String(word);
   }
   void getBytes(std::string& out) override {
-    if (readElement() && !word_.empty()) throw_list_stream_error();
-    decode_base64(word_, out);
+    if (readElement() && !element_.empty()) throw_list_stream_error();
+    decode_base64(element_, out);
   }
   void getNumeric(Numeric& out) override {
     if (readElement()) throw_list_stream_error();
-    out = parse_numeric(trim_white_space(word_));
+    out = parse_numeric(trim_white_space(element_));
   }
   void skipListContent(String* saved) override {
     saved_ = saved;
@@ -641,7 +713,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     advance();
     element_read_ = false;
   }
-  // Reads one element into word_; true when it was a quoted string.
+  // Reads one element into element_; true when it was a quoted string.
   bool readElement() {
     const bool quoted = readWord();
     if (depth_ == 0) giveBack();
@@ -650,50 +722,90 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   bool readWord() {
     takeComma();
     skipSpace();
-    word_.clear();
-    int c = peekChar();
+    const int c = peekChar();
     if (c == kEnd) throw_list_stream_error();
     element_read_ = true;
     after_comma_ = false;
     if (c == u'"') {
-      advance();
-      for (;;) {
-        c = peekChar();
-        if (c == kEnd) throw_list_stream_error();
-        advance();
-        if (c != u'"') {
-          word_.push_back(static_cast<char16_t>(c));
-          continue;
+      ++position_;
+      readQuoted();
+      return true;
+    }
+    readBare();
+    return false;
+  }
+  // The text of a quoted string whose opening quote is consumed. A string
+  // without escapes that lies in the buffer is a view of it; anything else
+  // is gathered in word_.
+  void readQuoted() {
+    word_.clear();
+    bool gathered = false;
+    for (;;) {
+      if (position_ == size_ && !refill()) throw_list_stream_error();
+      const char16_t* const begin = buffer_.data() + position_;
+      const char16_t* const end = buffer_.data() + size_;
+      const char16_t* const quote = find_quote(begin, end);
+      if (quote == end) {
+        word_.append(begin, end);
+        gathered = true;
+        position_ = size_;
+        continue;
+      }
+      position_ = static_cast<std::size_t>(quote - buffer_.data()) + 1;
+      if (!gathered && position_ < size_ && buffer_[position_] != u'"' &&
+          buffer_[position_] != u'\\') {
+        element_ = std::u16string_view(begin, static_cast<std::size_t>(quote - begin));
+        return;
+      }
+      word_.append(begin, quote);
+      gathered = true;
+      const int next = peekChar();
+      if (next == u'"') {
+        ++position_;
+        word_.push_back(u'"');
+      } else if (next == u'\\') {
+        ++position_;
+        int unit = 0;
+        for (int i = 0; i < 4; ++i) {
+          const int digit_char = peekChar();
+          if (digit_char == kEnd) throw_list_stream_error();
+          const int digit = hex_digit_value(static_cast<char16_t>(digit_char));
+          if (digit < 0) throw_list_stream_error();
+          ++position_;
+          unit = unit * 16 + digit;
         }
-        c = peekChar();
-        if (c == u'"') {
-          advance();
-          word_.push_back(u'"');
-        } else if (c == u'\\') {
-          advance();
-          int unit = 0;
-          for (int i = 0; i < 4; ++i) {
-            c = peekChar();
-            if (c == kEnd) throw_list_stream_error();
-            const int digit = hex_digit_value(static_cast<char16_t>(c));
-            if (digit < 0) throw_list_stream_error();
-            advance();
-            unit = unit * 16 + digit;
-          }
-          word_.push_back(static_cast<char16_t>(unit));
-        } else {
-          return true;
-        }
+        word_.push_back(static_cast<char16_t>(unit));
+      } else {
+        element_ = word_;
+        return;
       }
     }
+  }
+  // A bare word: up to the next "," or "}" or the end of the input. A view
+  // of the buffer when it lies in it, else gathered in word_.
+  void readBare() {
+    word_.clear();
+    bool gathered = false;
     for (;;) {
-      while (position_ < size_) {
-        const char16_t ch = buffer_[position_];
-        if (ch == u',' || ch == u'}') return false;
-        word_.push_back(ch);
-        advance();
+      const char16_t* const begin = buffer_.data() + position_;
+      const char16_t* const end = buffer_.data() + size_;
+      const char16_t* const p = find_word_end(begin, end);
+      position_ = static_cast<std::size_t>(p - buffer_.data());
+      if (p != end) {
+        if (gathered) {
+          word_.append(begin, p);
+          element_ = word_;
+        } else {
+          element_ = std::u16string_view(begin, static_cast<std::size_t>(p - begin));
+        }
+        return;
       }
-      if (!refill()) return false;
+      word_.append(begin, end);
+      gathered = true;
+      if (!refill()) {
+        element_ = word_;
+        return;
+      }
     }
   }
   void skipQuoted() {
@@ -780,6 +892,9 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   bool element_read_ = false;
   bool after_comma_ = false;
   std::size_t depth_ = 0;
+  // The last element read: a view of buffer_ or of word_, valid until the
+  // next read.
+  std::u16string_view element_;
   std::u16string word_;
   String* saved_ = nullptr;
 };
