@@ -184,7 +184,47 @@ Numeric parse_numeric(std::u16string_view text) {
   return value;
 }
 
+// Up to 10^22 every power of ten is exact in a double.
+constexpr std::array<double, 23> kExactPowersOfTen = [] {
+  std::array<double, 23> powers{};
+  double power = 1;
+  for (double& p : powers) {
+    p = power;
+    power *= 10;
+  }
+  return powers;
+}();
+
+// A short decimal ("-"? digits ("." digits)?, at most 15 digits) divided
+// out exactly: its digits and the power of ten are exact doubles, and one
+// division rounds correctly. False for any other text.
+bool parse_short_decimal(std::u16string_view text, double& value) {
+  const bool negative = !text.empty() && text.front() == u'-';
+  if (negative) text.remove_prefix(1);
+  if (text.empty() || text.size() > 16) return false;
+  std::uint64_t digits = 0;
+  std::size_t count = 0;
+  std::size_t point = text.size();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit <= 9) {
+      digits = digits * 10 + digit;
+      ++count;
+    } else if (text[i] == u'.' && point == text.size() && i != 0 && i + 1 != text.size()) {
+      point = i;
+    } else {
+      return false;
+    }
+  }
+  if (count > 15) return false;
+  const std::size_t decimals = point == text.size() ? 0 : text.size() - point - 1;
+  value = static_cast<double>(digits) / kExactPowersOfTen[decimals];
+  if (negative) value = -value;
+  return true;
+}
+
 bool parse_double(std::u16string_view text, double& value) {
+  if (parse_short_decimal(text, value)) return true;
   if (text.empty() || text.size() > 400) return false;
   char ascii[401];
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -640,13 +680,11 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     return value;
   }
   void getString(String& out) override {
-    if (readElement()) {
-      out = String(element_);
-      return;
-    }
-    const std::u16string_view word = trim_white_space(element_);
-    if (word.empty()) throw_list_stream_error();
-    out = String(word);
+    const bool quoted = readElement();
+    const std::u16string_view text = quoted ? element_ : trim_white_space(element_);
+    if (!quoted && text.empty()) throw_list_stream_error();
+    // Into the string's own buffer when it has room and is not shared.
+    std::memcpy(out.resizeForOverwrite(text.size()), text.data(), text.size() * sizeof(char16_t));
   }
   void getBytes(std::string& out) override {
     if (readElement() && !element_.empty()) throw_list_stream_error();
@@ -697,6 +735,8 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     chunk_ = kFirstChunk;
   }
   void skipSpace() {
+    // Most elements follow their comma or brace directly.
+    if (position_ < size_ && buffer_[position_] > u' ' && buffer_[position_] < 0x80) return;
     for (;;) {
       while (position_ < size_) {
         if (!is_white_space(buffer_[position_])) return;
