@@ -1200,15 +1200,15 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
   void getString(String& out) override {
     const std::uint64_t count = payloadCount(takeKind(), kString8);
-    if (count > remaining() / 2) throw_list_stream_error();
-    String text;
-    char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
+    if (count > std::numeric_limits<std::uint64_t>::max() / 2 || !hasBytes(count * 2))
+      throw_list_stream_error();
+    // Into the string's own buffer when it has room and is not shared.
+    char16_t* units = out.resizeForOverwrite(static_cast<std::size_t>(count));
     bytes(units, static_cast<std::size_t>(count) * sizeof(char16_t));
     if constexpr (std::endian::native == std::endian::big) {
       for (std::uint64_t i = 0; i < count; ++i)
         units[i] = static_cast<char16_t>((units[i] << 8) | (units[i] >> 8));
     }
-    out = std::move(text);
     settle();
   }
   void getBytes(std::string& out) override {
@@ -1220,7 +1220,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       out.clear();
     } else {
       const std::uint64_t count = payloadCount(kind, kBytes8);
-      if (count > remaining()) throw_list_stream_error();
+      if (!hasBytes(count)) throw_list_stream_error();
       out.resize(static_cast<std::size_t>(count));
       bytes(out.data(), out.size());
     }
@@ -1287,7 +1287,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       length |= (byte & 0x7F) << shift;
       if ((byte & 0x80) == 0) break;
     }
-    if (length > remaining()) throw_list_stream_error();
+    if (!hasBytes(length)) throw_list_stream_error();
     std::string text(static_cast<std::size_t>(length), '\0');
     bytes(text.data(), text.size());
     const std::u16string wide(text.begin(), text.end());
@@ -1340,6 +1340,10 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     return size_ != 0;
   }
 
+  // Whether `count` more bytes can be read.
+  bool hasBytes(std::uint64_t count) {
+    return count <= size_ - position_ || count <= remaining();
+  }
   std::uint64_t remaining() {
     const std::uint64_t length = file_->length();
     const std::uint64_t at = file_->position();
@@ -1356,6 +1360,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       count -= n;
     }
   }
+  // A little-endian number of `count` bytes (1, 2, 4 or 8).
   std::uint64_t little(int count) {
     unsigned char raw[8];
     const unsigned char* p = raw;
@@ -1365,9 +1370,31 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     } else {
       bytes(raw, static_cast<std::size_t>(count));
     }
-    std::uint64_t value = 0;
-    for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
-    return value;
+    if constexpr (std::endian::native == std::endian::little) {
+      switch (count) {
+        case 1:
+          return *p;
+        case 2: {
+          std::uint16_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+        case 4: {
+          std::uint32_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+        default: {
+          std::uint64_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+      }
+    } else {
+      std::uint64_t value = 0;
+      for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
+      return value;
+    }
   }
   // The count of a payload of `kind`, one of the three kinds from `kind8`
   // (see BinaryListOut::countedToken); any other kind is malformed here.
