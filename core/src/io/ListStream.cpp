@@ -359,6 +359,8 @@ class BufferedListOut : public UnknownImpl<IListOutStream> {
   // Where the next unit goes; `used` units written there are kept.
   Unit* tail() noexcept { return units_.data() + size_; }
   void used(std::size_t count) noexcept { size_ += count; }
+  // Keeps what was written up to `end`.
+  void usedUpTo(const Unit* end) noexcept { size_ = static_cast<std::size_t>(end - units_.data()); }
   void push(Unit unit) noexcept { units_[size_++] = unit; }
   // Appends `count` units of any length, passing full buffers on; leaves
   // at most kCapacity units, so kSlack units may follow unchecked.
@@ -972,75 +974,60 @@ class BinaryListOut final : public BufferedListOut<IFile, char, 16384> {
     }
     const std::uint64_t magnitude = 0 - static_cast<std::uint64_t>(value);
     if (magnitude < 0x100) {
-      token(kN8);
-      little(magnitude, 1);
+      endValue(little(token(kN8), magnitude, 1));
     } else if (magnitude <= 0xFFFF) {
-      token(kN16);
-      little(magnitude, 2);
+      endValue(little(token(kN16), magnitude, 2));
     } else if (magnitude <= 0xFFFFFFFF) {
-      token(kN32);
-      little(magnitude, 4);
+      endValue(little(token(kN32), magnitude, 4));
     } else {
-      token(kN64);
-      little(magnitude, 8);
+      endValue(little(token(kN64), magnitude, 8));
     }
-    spill();
   }
   void putUnsigned(std::uint64_t value) override {
     if (value <= 9) {
-      token(static_cast<std::uint8_t>(kSmallFirst + value));
+      endValue(token(static_cast<std::uint8_t>(kSmallFirst + value)));
     } else if (value < 0x100) {
-      token(kU8);
-      little(value, 1);
+      endValue(little(token(kU8), value, 1));
     } else if (value <= 0xFFFF) {
-      token(kU16);
-      little(value, 2);
+      endValue(little(token(kU16), value, 2));
     } else if (value <= 0xFFFFFFFF) {
-      token(kU32);
-      little(value, 4);
+      endValue(little(token(kU32), value, 4));
     } else {
-      token(kU64);
-      little(value, 8);
+      endValue(little(token(kU64), value, 8));
     }
-    spill();
   }
   void putFloat(float value) override {
     std::uint32_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    token(kFloat);
-    little(bits, 4);
-    spill();
+    endValue(little(token(kFloat), bits, 4));
   }
   void putDouble(double value) override {
     std::uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    token(kDouble);
-    little(bits, 8);
-    spill();
+    endValue(little(token(kDouble), bits, 8));
   }
   void putGuid(const GUID& value) override {
-    token(kGuid);
-    little(value.Data1, 4);
-    little(value.Data2, 2);
-    little(value.Data3, 2);
-    std::memcpy(tail(), value.Data4, 8);
-    used(8);
-    spill();
+    char* out = token(kGuid);
+    out = little(out, value.Data1, 4);
+    out = little(out, value.Data2, 2);
+    out = little(out, value.Data3, 2);
+    std::memcpy(out, value.Data4, 8);
+    endValue(out + 8);
   }
   void putString(const char16_t* text, std::size_t count) override {
-    countedToken(kString8, count);
+    usedUpTo(countedToken(kString8, count));
     if constexpr (std::endian::native == std::endian::little) {
       appendRun(reinterpret_cast<const char*>(text), count * sizeof(char16_t));
     } else {
       for (std::size_t i = 0; i < count; ++i) {
-        little(text[i], 2);
+        usedUpTo(little(tail(), text[i], 2));
         spill();
       }
     }
     spill();
   }
   void putBytes(const void* data, std::size_t count) override {
-    countedToken(kBytes8, count);
+    usedUpTo(countedToken(kBytes8, count));
     if (count >= kBufferCapacity) {
       spill(true);
       target_->write(data, count);
@@ -1052,13 +1039,14 @@ class BinaryListOut final : public BufferedListOut<IFile, char, 16384> {
   void putNumeric(const Numeric& value) override {
     std::string text;
     value.toString(text);
-    token(kNumeric);
+    char* out = token(kNumeric);
     std::uint64_t length = text.size();
     do {
       const auto byte = static_cast<std::uint8_t>(length & 0x7F);
       length >>= 7;
-      push(static_cast<char>(length != 0 ? byte | 0x80 : byte));
+      *out++ = static_cast<char>(length != 0 ? byte | 0x80 : byte);
     } while (length != 0);
+    usedUpTo(out);
     appendRun(text.data(), text.size());
     spill();
   }
@@ -1077,37 +1065,41 @@ class BinaryListOut final : public BufferedListOut<IFile, char, 16384> {
     push(static_cast<char>(pending_));
     pending_ = 0;
   }
-  // The token byte of a value of `kind`, with the flags pending before it.
-  void token(std::uint8_t kind) {
+  // Writes the token byte of a value of `kind`, with the flags pending
+  // before it, and returns where the payload goes. The payload is written
+  // through the returned pointer and kept by endValue() or usedUpTo(): bytes
+  // written through a char pointer may alias any member, so the buffer's
+  // size is updated once, at the end.
+  char* token(std::uint8_t kind) {
     open();
     comma();
     if ((pending_ & kKindMask) != 0) emitPending();
-    push(static_cast<char>(pending_ | kind));
+    char* out = tail();
+    *out++ = static_cast<char>(pending_ | kind);
     pending_ = 0;
     need_comma_ = true;
+    return out;
   }
-  // The low `bytes` bytes of `value`, least significant first.
-  void little(std::uint64_t value, int bytes) {
+  void endValue(char* end) {
+    usedUpTo(end);
+    spill();
+  }
+  // Writes the low `bytes` bytes of `value` at `out`, least significant
+  // first, and returns their end.
+  static char* little(char* out, std::uint64_t value, int bytes) {
     if constexpr (std::endian::native == std::endian::little) {
-      std::memcpy(tail(), &value, static_cast<std::size_t>(bytes));
+      std::memcpy(out, &value, static_cast<std::size_t>(bytes));
     } else {
-      for (int i = 0; i < bytes; ++i) tail()[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+      for (int i = 0; i < bytes; ++i) out[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
     }
-    used(static_cast<std::size_t>(bytes));
+    return out + bytes;
   }
   // The token of a counted payload in the smallest of its three kinds
   // (`kind8`: a one-byte count, then two and eight bytes), and the count.
-  void countedToken(std::uint8_t kind8, std::uint64_t count) {
-    if (count < 0x100) {
-      token(kind8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(static_cast<std::uint8_t>(kind8 + 1));
-      little(count, 2);
-    } else {
-      token(static_cast<std::uint8_t>(kind8 + 2));
-      little(count, 8);
-    }
+  char* countedToken(std::uint8_t kind8, std::uint64_t count) {
+    if (count < 0x100) return little(token(kind8), count, 1);
+    if (count <= 0xFFFF) return little(token(static_cast<std::uint8_t>(kind8 + 1)), count, 2);
+    return little(token(static_cast<std::uint8_t>(kind8 + 2)), count, 8);
   }
 
   std::uint8_t pending_ = 0;
@@ -1577,18 +1569,13 @@ ListOutStream::ListOutStream(IFile* file) : impl_(create_binary_list_out_stream(
 ListOutStream::ListOutStream(IListOutStream* stream) : impl_(stream) {}
 ListOutStream::~ListOutStream() = default;
 
-IListOutStream* ListOutStream::impl() const {
-  if (!impl_) throw_list_stream_error();
-  return impl_.get();
-}
+void ListOutStream::throwClosed() { throw_list_stream_error(); }
 
 void ListOutStream::close() {
   InterfacePtr<IListOutStream> impl = std::move(impl_);
   if (impl) impl->close();
 }
 void ListOutStream::flush() { impl()->flush(); }
-void ListOutStream::putBeginOfList() { impl()->putBeginOfList(); }
-void ListOutStream::putEndOfList() { impl()->putEndOfList(); }
 
 void ListOutStream::put(const char16_t* text) {
   if (text == nullptr) {
@@ -1640,16 +1627,9 @@ void ListInStream::reinit(IFile* file) {
 }
 void ListInStream::reinit(IListInStream* stream) { impl_.reset(stream); }
 
-IListInStream* ListInStream::impl() const {
-  if (!impl_) throw_list_stream_error();
-  return impl_.get();
-}
+void ListInStream::throwClosed() { throw_list_stream_error(); }
 
 std::uint64_t ListInStream::position() { return impl()->position(); }
-void ListInStream::getBeginOfList() { impl()->getBeginOfList(); }
-void ListInStream::getEndOfList() { impl()->getEndOfList(); }
-bool ListInStream::getComma() { return impl()->getComma(); }
-ListToken ListInStream::peek() { return impl()->peek(); }
 
 template <class T>
 void ListInStream::getSignedAs(T& value) {
