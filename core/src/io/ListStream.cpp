@@ -1165,8 +1165,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     throw_list_stream_error();
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    integer(takeKind(), negative, magnitude);
+    // Locals, so that writing the results cannot alias the stream's state.
+    bool sign = false;
+    std::uint64_t value = 0;
+    integer(takeKind(), sign, value);
     settle();
+    negative = sign;
+    magnitude = value;
   }
   double getDouble() override {
     const double value = doublePayload(takeKind());
@@ -1183,6 +1188,14 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   GUID getGuid() override {
     if (takeKind() != kGuid) throw_list_stream_error();
     GUID value{};
+    if (std::endian::native == std::endian::little && size_ - position_ >= sizeof value) {
+      // The payload is the GUID's memory image on a little-endian machine.
+      static_assert(sizeof(GUID) == 16);
+      std::memcpy(&value, buffer_.data() + position_, sizeof value);
+      position_ += sizeof value;
+      settle();
+      return value;
+    }
     value.Data1 = static_cast<std::uint32_t>(little(4));
     value.Data2 = static_cast<std::uint16_t>(little(2));
     value.Data3 = static_cast<std::uint16_t>(little(2));
@@ -1441,8 +1454,17 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     }
     if (kind < kU8 || kind > kN64) throw_list_stream_error();
     static constexpr int kSizes[] = {1, 1, 2, 2, 4, 4, 8, 8};
+    const int size = kSizes[kind - kU8];
     negative = ((kind - kU8) & 1) != 0;
-    magnitude = little(kSizes[kind - kU8]);
+    if (std::endian::native == std::endian::little && size_ - position_ >= 8) {
+      // A whole word, of which the payload's bytes are kept.
+      std::uint64_t word;
+      std::memcpy(&word, buffer_.data() + position_, sizeof word);
+      position_ += static_cast<std::size_t>(size);
+      magnitude = size == 8 ? word : word & ((std::uint64_t{1} << (8 * size)) - 1);
+      return;
+    }
+    magnitude = little(size);
   }
 
   static constexpr std::size_t kFirstChunk = 64;
