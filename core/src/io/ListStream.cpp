@@ -172,15 +172,20 @@ bool is_decimal(std::u16string_view text) {
   return digit;
 }
 
+// A decimal read where it lies, without a copy: the numeric parser stops
+// at the first unit that cannot continue the number, which is the unit
+// after the text. REQUIRES: that unit is readable and is no digit and no
+// "." (it is a delimiter, white space or the end of a whole string).
 Numeric parse_numeric(std::u16string_view text) {
   if (!is_decimal(text)) throw_list_stream_error();
-  std::string ascii(text.begin(), text.end());
   Numeric value;
+  const char16_t* end = nullptr;
   try {
-    value.fromString(ascii.c_str());
+    value.fromString(text.data(), &end);
   } catch (const NumericException&) {
     throw_list_stream_error();
   }
+  if (end != text.data() + text.size()) throw_list_stream_error();
   return value;
 }
 
@@ -482,7 +487,7 @@ class TextListOut final : public BufferedListOut<IWriter, char16_t, 8192> {
     put_hex_pair(out + 19, value.Data4[0]);
     put_hex_pair(out + 21, value.Data4[1]);
     out[23] = u'-';
-    for (int i = 2; i < 8; ++i) put_hex_pair(out + 24 + 2 * (i - 2), value.Data4[i]);
+    for (std::size_t i = 2; i < 8; ++i) put_hex_pair(out + 20 + 2 * i, value.Data4[i]);
     used(36);
     endValue();
   }
@@ -1296,7 +1301,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     std::string text(static_cast<std::size_t>(length), '\0');
     bytes(text.data(), text.size());
     const std::u16string wide(text.begin(), text.end());
-    out = parse_numeric(wide);
+    out = parse_numeric(wide);  // a whole string: its zero ends the number
   }
   double doublePayload(std::uint8_t kind) {
     if (kind == kDouble) {
@@ -1346,9 +1351,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
 
   // Whether `count` more bytes can be read.
-  bool hasBytes(std::uint64_t count) {
-    return count <= size_ - position_ || count <= remaining();
-  }
+  bool hasBytes(std::uint64_t count) { return count <= size_ - position_ || count <= remaining(); }
   std::uint64_t remaining() {
     const std::uint64_t length = file_->length();
     const std::uint64_t at = file_->position();
