@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "core/date.h"
+#include "core/export.h"
 #include "core/guid.h"
 #include "core/interface_ptr.h"
 #include "core/iunknown.h"
@@ -36,6 +37,12 @@ namespace core {
 
 class GenericValue;
 class IType;
+class IValue;
+
+// Deletes a value counted in place (IValue::dropRef) whose last reference
+// went. Out of line: the holders that inline dropRef() need not see the
+// destruction of every class they might hold.
+CORE_EXPORT void destroy_counted_value(IValue* value) noexcept;
 
 // The kinds of values (Type::Code).
 enum class TypeCode : int {
@@ -88,7 +95,7 @@ class IValue : public IUnknown {
       // reference. Acquire so that it sees what earlier holders wrote.
       if (ref_count_.load(std::memory_order_acquire) == 1 ||
           ref_count_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        delete this;
+        destroy_counted_value(this);
       }
     } else if (counting_ == Counting::kVirtual) {
       release();
@@ -115,6 +122,8 @@ class IValue : public IUnknown {
   mutable std::atomic<std::int32_t> ref_count_{0};
 
  private:
+  friend void destroy_counted_value(IValue* value) noexcept;
+
   Counting counting_ = Counting::kVirtual;
 };
 

@@ -501,6 +501,8 @@ bool ValueImplBase::queryInterface(const GUID& iid, void** out) {
   return offered;
 }
 
+void destroy_counted_value(IValue* value) noexcept { delete value; }
+
 int32_t ValueImplBase::acquire() {
   if (counting() == Counting::kImmortal) return 1;
   return ref_count_.fetch_add(1, std::memory_order_relaxed) + 1;

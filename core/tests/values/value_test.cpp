@@ -241,11 +241,13 @@ TEST(Value, EqualsAnIntegerByItsDigits) {
     const Value value(number);
     EXPECT_EQ(value.equals(c.integer), c.equal);
     EXPECT_EQ(value.equals(Numeric(c.integer)), c.equal);
-    if (c.integer >= 0)
+    if (c.integer >= 0) {
       EXPECT_EQ(value.equals(static_cast<unsigned long long>(c.integer)), c.equal);
+    }
     if (c.integer >= std::numeric_limits<int>::min() &&
-        c.integer <= std::numeric_limits<int>::max())
+        c.integer <= std::numeric_limits<int>::max()) {
       EXPECT_EQ(value.equals(static_cast<int>(c.integer)), c.equal);
+    }
   }
   EXPECT_TRUE(Value(std::numeric_limits<unsigned long long>::max())
                   .equals(std::numeric_limits<unsigned long long>::max()));
