@@ -166,14 +166,15 @@ bool parse_integer(std::u16string_view text, bool& negative, std::uint64_t& magn
 }
 
 // "-"? digits ("." digits)?, with at least one digit.
-bool is_decimal(std::u16string_view text) {
-  if (!text.empty() && text.front() == u'-') text.remove_prefix(1);
+template <class Char>
+bool is_decimal(std::basic_string_view<Char> text) {
+  if (!text.empty() && text.front() == '-') text.remove_prefix(1);
   bool digit = false;
   bool point = false;
-  for (const char16_t c : text) {
-    if (c >= u'0' && c <= u'9') {
+  for (const Char c : text) {
+    if (c >= '0' && c <= '9') {
       digit = true;
-    } else if (c == u'.' && !point) {
+    } else if (c == '.' && !point) {
       point = true;
     } else {
       return false;
@@ -186,10 +187,11 @@ bool is_decimal(std::u16string_view text) {
 // at the first unit that cannot continue the number, which is the unit
 // after the text. REQUIRES: that unit is readable and is no digit and no
 // "." (it is a delimiter, white space or the end of a whole string).
-Numeric parse_numeric(std::u16string_view text) {
+template <class Char>
+Numeric parse_numeric(std::basic_string_view<Char> text) {
   if (!is_decimal(text)) throw_list_stream_error();
   Numeric value;
-  const char16_t* end = nullptr;
+  const Char* end = nullptr;
   try {
     value.fromString(text.data(), &end);
   } catch (const NumericException&) {
@@ -1308,10 +1310,18 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       if ((byte & 0x80) == 0) break;
     }
     if (!hasBytes(length)) throw_list_stream_error();
-    std::string text(static_cast<std::size_t>(length), '\0');
-    bytes(text.data(), text.size());
-    const std::u16string wide(text.begin(), text.end());
-    out = parse_numeric(wide);  // a whole string: its zero ends the number
+    // Copied out of the buffer, where the next token byte might continue
+    // the digits; terminated by a zero that ends the number.
+    char small[64];
+    std::string large;
+    char* text = small;
+    if (length >= sizeof small) {
+      large.resize(static_cast<std::size_t>(length));
+      text = large.data();
+    }
+    bytes(text, static_cast<std::size_t>(length));
+    text[length] = '\0';
+    out = parse_numeric(std::string_view(text, static_cast<std::size_t>(length)));
   }
   double doublePayload(std::uint8_t kind) {
     if (kind == kDouble) {
