@@ -8,6 +8,10 @@
 //   core::InterfacePtr<IValue> w = v;            // two references
 //   InterfacePtr<IType> t = v.query<IType>();    // null: not offered
 //
+// Values (core/value_interfaces.h) are counted through IValue::holdRef()
+// and dropRef(), which reach the library's own values without a virtual
+// call; every other interface through acquire() and release().
+//
 // Thread safety: as for a raw pointer; distinct InterfacePtr objects that
 // point at one object may be used from different threads.
 #ifndef CORE_INTERFACE_PTR_H_
@@ -28,7 +32,7 @@ class InterfacePtr {
   InterfacePtr(std::nullptr_t) noexcept {}  // NOLINT: null converts implicitly
   // Takes a new reference on `p` when `acquire` is true.
   explicit InterfacePtr(I* p, bool acquire = true) noexcept : p_(p) {
-    if (p_ != nullptr && acquire) p_->acquire();
+    if (p_ != nullptr && acquire) hold(p_);
   }
   // Takes over a reference the caller already owns.
   static InterfacePtr adopt(I* p) noexcept { return InterfacePtr(p, false); }
@@ -45,7 +49,7 @@ class InterfacePtr {
       : p_(other.detach()) {}
 
   ~InterfacePtr() {
-    if (p_ != nullptr) p_->release();
+    if (p_ != nullptr) drop(p_);
   }
 
   // The new object is acquired before the old one is released, so assigning
@@ -57,16 +61,16 @@ class InterfacePtr {
   InterfacePtr& operator=(InterfacePtr&& other) noexcept {
     if (this != &other) {
       I* old = std::exchange(p_, std::exchange(other.p_, nullptr));
-      if (old != nullptr) old->release();
+      if (old != nullptr) drop(old);
     }
     return *this;
   }
 
   // Points at `p` (acquired when `acquire` is true) and releases the old one.
   void reset(I* p = nullptr, bool acquire = true) noexcept {
-    if (p != nullptr && acquire) p->acquire();
+    if (p != nullptr && acquire) hold(p);
     I* old = std::exchange(p_, p);
-    if (old != nullptr) old->release();
+    if (old != nullptr) drop(old);
   }
   // Hands the reference to the caller and leaves this pointer null.
   [[nodiscard]] I* detach() noexcept { return std::exchange(p_, nullptr); }
@@ -90,6 +94,21 @@ class InterfacePtr {
   friend bool operator==(const InterfacePtr& a, std::nullptr_t) noexcept { return a.p_ == nullptr; }
 
  private:
+  static void hold(I* p) noexcept {
+    if constexpr (requires { p->holdRef(); }) {
+      p->holdRef();
+    } else {
+      p->acquire();
+    }
+  }
+  static void drop(I* p) noexcept {
+    if constexpr (requires { p->dropRef(); }) {
+      p->dropRef();
+    } else {
+      p->release();
+    }
+  }
+
   I* p_ = nullptr;
 };
 

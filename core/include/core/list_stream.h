@@ -168,8 +168,8 @@ class CORE_EXPORT ListOutStream {
   void close();
   void flush();
 
-  void putBeginOfList();
-  void putEndOfList();
+  void putBeginOfList() { impl()->putBeginOfList(); }
+  void putEndOfList() { impl()->putEndOfList(); }
 
   void put(bool value) { impl()->putUnsigned(value ? 1 : 0); }
   void put(signed char value) { impl()->putSigned(value); }
@@ -208,7 +208,11 @@ class CORE_EXPORT ListOutStream {
   IListOutStream* get() const noexcept { return impl_.get(); }
 
  private:
-  IListOutStream* impl() const;
+  IListOutStream* impl() const {
+    if (!impl_) throwClosed();
+    return impl_.get();
+  }
+  [[noreturn]] static void throwClosed();
 
   InterfacePtr<IListOutStream> impl_;
 };
@@ -233,13 +237,13 @@ class CORE_EXPORT ListInStream {
   void reinit(IFile* file);
   void reinit(IListInStream* stream);
 
-  void getBeginOfList();
-  void getEndOfList();
+  void getBeginOfList() { impl()->getBeginOfList(); }
+  void getEndOfList() { impl()->getEndOfList(); }
   // Consumes a comma and returns true when one comes next; false otherwise.
   // Value reads consume the comma between elements themselves.
-  bool getComma();
+  bool getComma() { return impl()->getComma(); }
   // What comes next, consuming nothing (white space aside).
-  ListToken peek();
+  ListToken peek() { return impl()->peek(); }
 
   void get(bool& value);
   void get(signed char& value);
@@ -289,7 +293,11 @@ class CORE_EXPORT ListInStream {
   IListInStream* get() const noexcept { return impl_.get(); }
 
  private:
-  IListInStream* impl() const;
+  IListInStream* impl() const {
+    if (!impl_) throwClosed();
+    return impl_.get();
+  }
+  [[noreturn]] static void throwClosed();
   template <class T>
   void getSignedAs(T& value);
   template <class T>

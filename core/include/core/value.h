@@ -21,6 +21,7 @@
 #define CORE_VALUE_H_
 
 #include <cstdint>
+#include <utility>
 
 #include "core/export.h"
 #include "core/type.h"
@@ -117,6 +118,7 @@ class CORE_EXPORT GenericValue {
 
  private:
   bool equalsNumber(const Numeric& value) const;
+  bool equalsInteger(bool negative, uint64_t magnitude) const;
 };
 
 // Owns exactly one value reference; never empty.
@@ -142,15 +144,30 @@ class CORE_EXPORT Value : public GenericValue {
   // Acquires `value`; null gives Undefined.
   explicit Value(IValue* value) noexcept;
   Value(const GenericValue& value) noexcept;  // NOLINT(google-explicit-constructor)
-  Value(const Value& other) noexcept;
+  // Copies, moves and destruction are inline: a copy is one atomic increment
+  // for the library's own values and nothing for the singletons, a move
+  // never touches the count.
+  Value(const Value& other) noexcept : GenericValue(other), value_(other.value_) {
+    value_->holdRef();
+  }
   // Leaves `other` Undefined.
-  Value(Value&& other) noexcept;
-  ~Value() override;
+  Value(Value&& other) noexcept
+      : GenericValue(other), value_(std::exchange(other.value_, undefinedIValue())) {}
+  ~Value() override { value_->dropRef(); }
 
   // The new value is acquired before the old one is released, so a value
   // assigned to itself stays.
-  Value& operator=(const Value& other) noexcept;
-  Value& operator=(Value&& other) noexcept;
+  Value& operator=(const Value& other) noexcept {
+    other.value_->holdRef();
+    std::exchange(value_, other.value_)->dropRef();
+    return *this;
+  }
+  Value& operator=(Value&& other) noexcept {
+    if (this != &other) {
+      std::exchange(value_, std::exchange(other.value_, undefinedIValue()))->dropRef();
+    }
+    return *this;
+  }
   Value& operator=(const GenericValue& other) noexcept;
 
   void setIValue(IValue* value) override;
@@ -163,6 +180,9 @@ class CORE_EXPORT Value : public GenericValue {
   static const Value& undefined() noexcept;
 
  private:
+  // The Undefined singleton, which needs no reference.
+  static IValue* undefinedIValue() noexcept;
+
   IValue* value_;
 };
 

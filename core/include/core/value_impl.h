@@ -27,23 +27,31 @@
 namespace core {
 
 // The base of value implementations: the value's type (held without a
-// reference of its own: types outlive their values) and a reference count.
-// The object deletes itself when release() brings the count to 0. It offers
-// IUnknown and IValue; a derived class offering more overrides
-// queryInterface().
+// reference of its own: types outlive their values) and a reference count
+// that holders reach without a virtual call (IValue::holdRef). The object
+// deletes itself when the count returns to 0. It offers IUnknown and IValue;
+// a derived class offering more overrides queryInterface(). A derived class
+// that overrides acquire() or release() (to resolve them between several
+// interfaces) forwards to these: holders bypass any other override.
 class CORE_EXPORT ValueImplBase : public IValue {
  public:
   void setIType(IType* type) noexcept { type_ = type; }
   IType* getIType() const override { return type_; }
 
   bool queryInterface(const GUID& iid, void** out) override;
-  int32_t acquire() override { return count_.acquire(); }
+  int32_t acquire() override;
   int32_t release() override;
 
  protected:
-  constexpr explicit ValueImplBase(IType* type = nullptr) noexcept : type_(type) {}
+  constexpr explicit ValueImplBase(IType* type = nullptr) noexcept
+      : IValue(Counting::kIntrusive), type_(type) {}
+  // A value that is never destroyed, such as a process-wide constant: it
+  // keeps no count and its acquire() and release() return 1.
+  struct NeverDestroyed {};
+  constexpr ValueImplBase(IType* type, NeverDestroyed) noexcept
+      : IValue(Counting::kImmortal), type_(type) {}
   // A copy is a new object with a count of its own.
-  ValueImplBase(const ValueImplBase& other) noexcept : IValue(), type_(other.type_) {}
+  ValueImplBase(const ValueImplBase& other) noexcept : IValue(other), type_(other.type_) {}
   ValueImplBase& operator=(const ValueImplBase& other) noexcept {
     type_ = other.type_;
     return *this;
@@ -51,10 +59,7 @@ class CORE_EXPORT ValueImplBase : public IValue {
   ~ValueImplBase() override = default;
 
  private:
-  struct Count : Refcountable<Count> {};
-
   IType* type_;
-  Count count_;
 };
 
 // The base of built-in object values. Defaults: getBoolean, getNumeric and

@@ -11,13 +11,21 @@
 //
 // Thread safety: values and types are reference counted atomically. The
 // primitive values are immutable and may be shared between threads.
+//
+// Holders (Value, InterfacePtr<IValue>) count through holdRef() and
+// dropRef(), which reach the count of the library's own values
+// (ValueImplBase) without a virtual call and skip it altogether for the
+// never-destroyed singletons; a value implemented by hand is counted through
+// its acquire() and release(), as before.
 #ifndef CORE_VALUE_INTERFACES_H_
 #define CORE_VALUE_INTERFACES_H_
 
+#include <atomic>
 #include <cstdint>
 #include <vector>
 
 #include "core/date.h"
+#include "core/export.h"
 #include "core/guid.h"
 #include "core/interface_ptr.h"
 #include "core/iunknown.h"
@@ -29,6 +37,12 @@ namespace core {
 
 class GenericValue;
 class IType;
+class IValue;
+
+// Deletes a value counted in place (IValue::dropRef) whose last reference
+// went. Out of line: the holders that inline dropRef() need not see the
+// destruction of every class they might hold.
+CORE_EXPORT void destroy_counted_value(IValue* value) noexcept;
 
 // The kinds of values (Type::Code).
 enum class TypeCode : int {
@@ -64,8 +78,53 @@ class IValue : public IUnknown {
   // The object's own data for the host's use; null for primitive values.
   virtual void* getDataPtr() = 0;
 
+  // One reference more, as acquire() but without a virtual call for the
+  // library's own values and without any work for the singletons.
+  void holdRef() noexcept {
+    if (counting_ == Counting::kIntrusive) {
+      ref_count_.fetch_add(1, std::memory_order_relaxed);
+    } else if (counting_ == Counting::kVirtual) {
+      acquire();
+    }
+  }
+  // One reference less, as release(): the value is destroyed with its last
+  // reference.
+  void dropRef() noexcept {
+    if (counting_ == Counting::kIntrusive) {
+      // The only holder needs no atomic update: nobody else can take a new
+      // reference. Acquire so that it sees what earlier holders wrote.
+      if (ref_count_.load(std::memory_order_acquire) == 1 ||
+          ref_count_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        destroy_counted_value(this);
+      }
+    } else if (counting_ == Counting::kVirtual) {
+      release();
+    }
+  }
+
  protected:
+  // Where holders find the count. kVirtual, the default of a value
+  // implemented by hand: acquire() and release(). kIntrusive: ref_count_,
+  // which the implementation's acquire() and release() must use too
+  // (ValueImplBase does). kImmortal: the value is never destroyed and keeps
+  // no count.
+  enum class Counting : std::uint8_t { kVirtual, kIntrusive, kImmortal };
+
+  constexpr IValue() noexcept = default;
+  constexpr explicit IValue(Counting counting) noexcept : counting_(counting) {}
+  // A copy is a new object: it starts with a count of its own.
+  IValue(const IValue& other) noexcept : IUnknown(other), counting_(other.counting_) {}
+  IValue& operator=(const IValue&) noexcept { return *this; }
   ~IValue() override = default;
+
+  Counting counting() const noexcept { return counting_; }
+
+  mutable std::atomic<std::int32_t> ref_count_{0};
+
+ private:
+  friend void destroy_counted_value(IValue* value) noexcept;
+
+  Counting counting_ = Counting::kVirtual;
 };
 
 // A type of values.

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#if defined(__SSE2__) || defined(_M_X64) || defined(_M_AMD64)
+#include <emmintrin.h>
+#endif
 
 #include "core/exception.h"
 #include "core/exception_classes.h"
@@ -33,39 +36,6 @@ constexpr std::array<signed char, 128> kBase64Values = [] {
     values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<signed char>(i);
   return values;
 }();
-
-// Appends the Base64 form of `data`, with "\r\n" between runs of 64
-// characters.
-template <class Out>
-void encode_base64(const unsigned char* data, std::size_t count, Out& out) {
-  std::size_t column = 0;
-  auto emit = [&](char c) {
-    if (column == 64) {
-      out.push_back(u'\r');
-      out.push_back(u'\n');
-      column = 0;
-    }
-    out.push_back(static_cast<char16_t>(c));
-    ++column;
-  };
-  std::size_t i = 0;
-  for (; i + 3 <= count; i += 3) {
-    const std::uint32_t v =
-        (std::uint32_t{data[i]} << 16) | (std::uint32_t{data[i + 1]} << 8) | data[i + 2];
-    emit(kBase64Alphabet[v >> 18]);
-    emit(kBase64Alphabet[(v >> 12) & 63]);
-    emit(kBase64Alphabet[(v >> 6) & 63]);
-    emit(kBase64Alphabet[v & 63]);
-  }
-  if (i < count) {
-    std::uint32_t v = std::uint32_t{data[i]} << 16;
-    if (i + 1 < count) v |= std::uint32_t{data[i + 1]} << 8;
-    emit(kBase64Alphabet[v >> 18]);
-    emit(kBase64Alphabet[(v >> 12) & 63]);
-    emit(i + 1 < count ? kBase64Alphabet[(v >> 6) & 63] : '=');
-    emit('=');
-  }
-}
 
 // Decodes Base64 text, white space ignored; anything else malformed throws.
 void decode_base64(std::u16string_view text, std::string& out) {
@@ -109,32 +79,102 @@ void decode_base64(std::u16string_view text, std::string& out) {
   // After padding the group closes, and nothing may follow.
 }
 
+// Scanning UTF-16 text for the units that end a run: eight units at a time
+// with SSE2 (every x86-64 processor has it), one at a time elsewhere and for
+// the tail. `Mask` gives, for eight units, a vector whose 16-bit lanes are
+// all ones where `stop` accepts the unit.
+#if defined(__SSE2__) || defined(_M_X64) || defined(_M_AMD64)
+#define CORE_LIST_STREAM_SSE2 1
+using Units8 = __m128i;
+#endif
+
+template <class Mask, class Stop>
+const char16_t* find_unit(const char16_t* begin, const char16_t* end, [[maybe_unused]] Mask mask,
+                          Stop stop) noexcept {
+#ifdef CORE_LIST_STREAM_SSE2
+  while (end - begin >= 8) {
+    const Units8 units = _mm_loadu_si128(reinterpret_cast<const Units8*>(begin));
+    const auto bits = static_cast<unsigned>(_mm_movemask_epi8(mask(units)));
+    if (bits != 0) return begin + std::countr_zero(bits) / 2;
+    begin += 8;
+  }
+#endif
+  while (begin != end && !stop(*begin)) ++begin;
+  return begin;
+}
+
+#ifdef CORE_LIST_STREAM_SSE2
+inline Units8 lanes_equal(Units8 units, char16_t unit) noexcept {
+  return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
+}
+#define CORE_UNITS8_MASK(body) [](Units8 units) { return body; }
+#else
+#define CORE_UNITS8_MASK(body) nullptr
+#endif
+
+// The first unit that a quoted string cannot hold as it is: a double quote
+// or a surrogate.
+const char16_t* find_unit_to_escape(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(begin, end,
+                   CORE_UNITS8_MASK(_mm_or_si128(
+                       lanes_equal(units, u'"'),
+                       lanes_equal(_mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xF800))),
+                                   static_cast<char16_t>(0xD800)))),
+                   [](char16_t c) { return c == u'"' || (c & 0xF800) == 0xD800; });
+}
+
+// The end of a quoted run: the next double quote.
+const char16_t* find_quote(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(begin, end, CORE_UNITS8_MASK(lanes_equal(units, u'"')),
+                   [](char16_t c) { return c == u'"'; });
+}
+
+// The end of a bare word: the next "," or "}".
+const char16_t* find_word_end(const char16_t* begin, const char16_t* end) noexcept {
+  return find_unit(
+      begin, end,
+      CORE_UNITS8_MASK(_mm_or_si128(lanes_equal(units, u','), lanes_equal(units, u'}'))),
+      [](char16_t c) { return c == u',' || c == u'}'; });
+}
+
+#undef CORE_UNITS8_MASK
+
 // Reads "-"? digits into a sign and magnitude; false when the text is not
 // such an integer or the magnitude exceeds 64 bits.
 bool parse_integer(std::u16string_view text, bool& negative, std::uint64_t& magnitude) {
   negative = !text.empty() && text.front() == u'-';
   if (negative) text.remove_prefix(1);
   if (text.empty()) return false;
+  // Nineteen digits cannot overflow; only a twentieth needs the check.
+  const std::size_t safe = std::min<std::size_t>(text.size(), 19);
   std::uint64_t value = 0;
-  for (const char16_t c : text) {
-    if (c < u'0' || c > u'9') return false;
-    const auto digit = static_cast<std::uint64_t>(c - u'0');
-    if (value > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) return false;
+  for (std::size_t i = 0; i < safe; ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit > 9) return false;
     value = value * 10 + digit;
+  }
+  for (std::size_t i = safe; i < text.size(); ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit > 9) return false;
+    if (__builtin_mul_overflow(value, std::uint64_t{10}, &value) ||
+        __builtin_add_overflow(value, std::uint64_t{digit}, &value)) {
+      return false;
+    }
   }
   magnitude = value;
   return true;
 }
 
 // "-"? digits ("." digits)?, with at least one digit.
-bool is_decimal(std::u16string_view text) {
-  if (!text.empty() && text.front() == u'-') text.remove_prefix(1);
+template <class Char>
+bool is_decimal(std::basic_string_view<Char> text) {
+  if (!text.empty() && text.front() == '-') text.remove_prefix(1);
   bool digit = false;
   bool point = false;
-  for (const char16_t c : text) {
-    if (c >= u'0' && c <= u'9') {
+  for (const Char c : text) {
+    if (c >= '0' && c <= '9') {
       digit = true;
-    } else if (c == u'.' && !point) {
+    } else if (c == '.' && !point) {
       point = true;
     } else {
       return false;
@@ -143,19 +183,65 @@ bool is_decimal(std::u16string_view text) {
   return digit;
 }
 
-Numeric parse_numeric(std::u16string_view text) {
+// A decimal read where it lies, without a copy: the numeric parser stops
+// at the first unit that cannot continue the number, which is the unit
+// after the text. REQUIRES: that unit is readable and is no digit and no
+// "." (it is a delimiter, white space or the end of a whole string).
+template <class Char>
+Numeric parse_numeric(std::basic_string_view<Char> text) {
   if (!is_decimal(text)) throw_list_stream_error();
-  std::string ascii(text.begin(), text.end());
   Numeric value;
+  const Char* end = nullptr;
   try {
-    value.fromString(ascii.c_str());
+    value.fromString(text.data(), &end);
   } catch (const NumericException&) {
     throw_list_stream_error();
   }
+  if (end != text.data() + text.size()) throw_list_stream_error();
   return value;
 }
 
+// Up to 10^22 every power of ten is exact in a double.
+constexpr std::array<double, 23> kExactPowersOfTen = [] {
+  std::array<double, 23> powers{};
+  double power = 1;
+  for (double& p : powers) {
+    p = power;
+    power *= 10;
+  }
+  return powers;
+}();
+
+// A short decimal ("-"? digits ("." digits)?, at most 15 digits) divided
+// out exactly: its digits and the power of ten are exact doubles, and one
+// division rounds correctly. False for any other text.
+bool parse_short_decimal(std::u16string_view text, double& value) {
+  const bool negative = !text.empty() && text.front() == u'-';
+  if (negative) text.remove_prefix(1);
+  if (text.empty() || text.size() > 16) return false;
+  std::uint64_t digits = 0;
+  std::size_t count = 0;
+  std::size_t point = text.size();
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto digit = static_cast<std::uint32_t>(text[i]) - u'0';
+    if (digit <= 9) {
+      digits = digits * 10 + digit;
+      ++count;
+    } else if (text[i] == u'.' && point == text.size() && i != 0 && i + 1 != text.size()) {
+      point = i;
+    } else {
+      return false;
+    }
+  }
+  if (count > 15) return false;
+  const std::size_t decimals = point == text.size() ? 0 : text.size() - point - 1;
+  value = static_cast<double>(digits) / kExactPowersOfTen[decimals];
+  if (negative) value = -value;
+  return true;
+}
+
 bool parse_double(std::u16string_view text, double& value) {
+  if (parse_short_decimal(text, value)) return true;
   if (text.empty() || text.size() > 400) return false;
   char ascii[401];
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -166,8 +252,42 @@ bool parse_double(std::u16string_view text, double& value) {
   return error == std::errc() && end == ascii + text.size();
 }
 
+// The values of the hexadecimal digits among the ASCII units, -1 for the
+// other units below 128.
+constexpr std::array<signed char, 128> kHexValues = [] {
+  std::array<signed char, 128> values{};
+  for (std::size_t c = 0; c < values.size(); ++c)
+    values[c] = static_cast<signed char>(detail::hex_digit_value(static_cast<char16_t>(c)));
+  return values;
+}();
+
+// The GUID of its 36-character form (8-4-4-4-12 hexadecimal digits), read
+// from fixed positions.
 bool parse_guid(std::u16string_view text, GUID& value) {
-  return text.size() == 36 && GUID::tryParse(text, value);
+  if (text.size() != 36 || text[8] != u'-' || text[13] != u'-' || text[18] != u'-' ||
+      text[23] != u'-') {
+    return false;
+  }
+  // The first digit of each byte, in the order of the GUID's fields.
+  static constexpr std::uint8_t kBytes[16] = {0,  2,  4,  6,  9,  11, 14, 16,
+                                              19, 21, 24, 26, 28, 30, 32, 34};
+  std::uint8_t bytes[16];
+  int bad = 0;
+  for (int i = 0; i < 16; ++i) {
+    const char16_t high = text[kBytes[i]];
+    const char16_t low = text[kBytes[i] + 1];
+    const int h = high < 128 ? kHexValues[high] : -1;
+    const int l = low < 128 ? kHexValues[low] : -1;
+    bad |= h | l;
+    bytes[i] = static_cast<std::uint8_t>((h << 4) | (l & 15));
+  }
+  if (bad < 0) return false;
+  value.Data1 = (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) |
+                (std::uint32_t{bytes[2]} << 8) | bytes[3];
+  value.Data2 = static_cast<std::uint16_t>((bytes[4] << 8) | bytes[5]);
+  value.Data3 = static_cast<std::uint16_t>((bytes[6] << 8) | bytes[7]);
+  std::memcpy(value.Data4, bytes + 8, 8);
+  return true;
 }
 
 constexpr std::uint8_t kCommaFlag = 0x80;
@@ -200,10 +320,15 @@ enum Kind : std::uint8_t {
 
 // ---------------------------------------------------------------------------
 // What the two writing sides share: the target (a writer of text or a file
-// of bytes), the buffer in front of it, flushing and closing. An encoding
-// appends to buffer_ and calls spill() after each value.
+// of bytes), the buffer in front of it, flushing and closing.
+//
+// The buffer is a fixed array that an encoding writes into directly. Every
+// value starts with fewer than kCapacity units in it, so a value of at most
+// kSlack units (a number, a GUID, a token with its count) needs no check;
+// longer ones go through appendRun(), and spill() after each value passes
+// the buffer on once it holds kCapacity units.
 
-template <class Target, class Buffer, std::size_t kCapacity>
+template <class Target, class Unit, std::size_t kCapacity>
 class BufferedListOut : public UnknownImpl<IListOutStream> {
  public:
   void flush() final {
@@ -220,10 +345,10 @@ class BufferedListOut : public UnknownImpl<IListOutStream> {
   }
 
  protected:
-  // Units or bytes gathered before they go to the target.
-  static constexpr std::size_t kBufferSize = kCapacity;
+  static constexpr std::size_t kSlack = 128;
+  static constexpr std::size_t kBufferCapacity = kCapacity;
 
-  explicit BufferedListOut(Target* target) : target_(target) { buffer_.reserve(kBufferSize + 64); }
+  explicit BufferedListOut(Target* target) : target_(target) {}
   ~BufferedListOut() override = default;
 
   // For the destructor of the encoding, which still has its part of the
@@ -234,28 +359,81 @@ class BufferedListOut : public UnknownImpl<IListOutStream> {
     } catch (...) {  // NOLINT(bugprone-empty-catch): a destructor cannot report
     }
   }
-  // Puts into buffer_ what the encoding still holds back; close() calls it
-  // once, before the last spill.
+  // Puts into the buffer what the encoding still holds back; close() calls
+  // it once, before the last spill.
   virtual void finish() {}
 
   void open() const {
     if (!target_) throw_list_stream_error();
   }
   void spill(bool all = false) {
-    if ((all || buffer_.size() >= kBufferSize) && !buffer_.empty()) {
-      target_->write(buffer_.data(), buffer_.size());
-      buffer_.clear();
+    if ((all || size_ >= kCapacity) && size_ != 0) {
+      target_->write(units_.data(), size_);
+      size_ = 0;
+    }
+  }
+
+  // Where the next unit goes; `used` units written there are kept.
+  Unit* tail() noexcept { return units_.data() + size_; }
+  void used(std::size_t count) noexcept { size_ += count; }
+  // Keeps what was written up to `end`.
+  void usedUpTo(const Unit* end) noexcept { size_ = static_cast<std::size_t>(end - units_.data()); }
+  void push(Unit unit) noexcept { units_[size_++] = unit; }
+  // Appends `count` units of any length, passing full buffers on; leaves
+  // at most kCapacity units, so kSlack units may follow unchecked.
+  void appendRun(const Unit* run, std::size_t count) {
+    while (count != 0) {
+      spill();
+      const std::size_t piece = std::min(count, kCapacity - size_);
+      std::memcpy(tail(), run, piece * sizeof(Unit));
+      size_ += piece;
+      run += piece;
+      count -= piece;
     }
   }
 
   InterfacePtr<Target> target_;
-  Buffer buffer_;
+
+ private:
+  std::array<Unit, kCapacity + kSlack> units_;
+  std::size_t size_ = 0;
 };
 
 // ---------------------------------------------------------------------------
 // The text encoding, writing side.
 
-class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> {
+// The two lowercase hexadecimal digits of every byte, as one 32-bit word in
+// memory order.
+constexpr std::array<std::uint32_t, 256> kHexPairs = [] {
+  std::array<std::uint32_t, 256> pairs{};
+  for (std::uint32_t byte = 0; byte < 256; ++byte) {
+    const char16_t high = kHexDigits[byte >> 4];
+    const char16_t low = kHexDigits[byte & 15];
+    if constexpr (std::endian::native == std::endian::little) {
+      pairs[byte] = std::uint32_t{high} | (std::uint32_t{low} << 16);
+    } else {
+      pairs[byte] = (std::uint32_t{high} << 16) | std::uint32_t{low};
+    }
+  }
+  return pairs;
+}();
+
+// Writes the two hex digits of `byte` at `out`.
+inline void put_hex_pair(char16_t* out, std::uint8_t byte) noexcept {
+  std::memcpy(out, &kHexPairs[byte], sizeof(std::uint32_t));
+}
+
+// The number of decimal digits of `value`.
+inline std::size_t decimal_digits(std::uint64_t value) noexcept {
+  std::size_t digits = 1;
+  for (std::uint64_t bound = 10; value >= bound; bound *= 10) {
+    ++digits;
+    if (digits == detail::kMaxDecimalDigits) break;
+  }
+  return digits;
+}
+
+class TextListOut final : public BufferedListOut<IWriter, char16_t, 8192> {
  public:
   explicit TextListOut(IWriter* writer) : BufferedListOut(writer) {}
   ~TextListOut() override { closeQuietly(); }
@@ -264,8 +442,8 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     open();
     comma();
     after_end_ = false;
-    if (!at_start_) buffer_.push_back(u'\n');
-    buffer_.push_back(u'{');
+    if (!at_start_) push(u'\n');
+    push(u'{');
     at_start_ = false;
     ++depth_;
     spill();
@@ -274,8 +452,8 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     open();
     if (depth_ == 0) throw_list_stream_error();
     --depth_;
-    if (after_end_) buffer_.push_back(u'\n');
-    buffer_.push_back(u'}');
+    if (after_end_) push(u'\n');
+    push(u'}');
     need_comma_ = true;
     after_end_ = true;
     at_start_ = false;
@@ -285,7 +463,7 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     const std::uint64_t magnitude =
         value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     beginValue();
-    if (value < 0) buffer_.push_back(u'-');
+    if (value < 0) push(u'-');
     appendDecimal(magnitude);
     endValue();
   }
@@ -299,57 +477,58 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     char text[64];
     const auto result = std::to_chars(text, text + sizeof text, value);
     beginValue();
-    for (const char* p = text; p != result.ptr; ++p) buffer_.push_back(static_cast<char16_t>(*p));
+    char16_t* out = tail();
+    for (const char* p = text; p != result.ptr; ++p) *out++ = static_cast<char16_t>(*p);
+    used(static_cast<std::size_t>(result.ptr - text));
     endValue();
   }
   void putGuid(const GUID& value) override {
     beginValue();
-    auto hex = [this](std::uint64_t v, int digits) {
-      for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-        buffer_.push_back(kHexDigits[(v >> shift) & 15]);
-    };
-    hex(value.Data1, 8);
-    buffer_.push_back(u'-');
-    hex(value.Data2, 4);
-    buffer_.push_back(u'-');
-    hex(value.Data3, 4);
-    buffer_.push_back(u'-');
-    hex(value.Data4[0], 2);
-    hex(value.Data4[1], 2);
-    buffer_.push_back(u'-');
-    for (int i = 2; i < 8; ++i) hex(value.Data4[i], 2);
+    char16_t* out = tail();
+    put_hex_pair(out, static_cast<std::uint8_t>(value.Data1 >> 24));
+    put_hex_pair(out + 2, static_cast<std::uint8_t>(value.Data1 >> 16));
+    put_hex_pair(out + 4, static_cast<std::uint8_t>(value.Data1 >> 8));
+    put_hex_pair(out + 6, static_cast<std::uint8_t>(value.Data1));
+    out[8] = u'-';
+    put_hex_pair(out + 9, static_cast<std::uint8_t>(value.Data2 >> 8));
+    put_hex_pair(out + 11, static_cast<std::uint8_t>(value.Data2));
+    out[13] = u'-';
+    put_hex_pair(out + 14, static_cast<std::uint8_t>(value.Data3 >> 8));
+    put_hex_pair(out + 16, static_cast<std::uint8_t>(value.Data3));
+    out[18] = u'-';
+    put_hex_pair(out + 19, value.Data4[0]);
+    put_hex_pair(out + 21, value.Data4[1]);
+    out[23] = u'-';
+    for (std::size_t i = 2; i < 8; ++i) put_hex_pair(out + 20 + 2 * i, value.Data4[i]);
+    used(36);
     endValue();
   }
   void putString(const char16_t* text, std::size_t count) override {
     beginValue();
-    buffer_.push_back(u'"');
-    // Runs without quotes and surrogates go over in one piece.
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      const char16_t c = text[i];
-      if (c == u'"' || (c >= 0xD800 && c <= 0xDFFF)) {
-        start = i;
-        break;
-      }
-      start = i + 1;
-    }
-    buffer_.append(text, start);
-    for (std::size_t i = start; i < count; ++i) {
-      const char16_t c = text[i];
+    push(u'"');
+    // The runs between the units to escape go over in one piece each.
+    for (;;) {
+      const auto run = static_cast<std::size_t>(find_unit_to_escape(text, text + count) - text);
+      appendRun(text, run);
+      if (run == count) break;
+      const char16_t c = text[run];
+      char16_t* out = tail();
       if (c == u'"') {
-        buffer_.push_back(u'"');
-        buffer_.push_back(u'"');
-      } else if (c >= 0xD800 && c <= 0xDFFF) {
-        buffer_.push_back(u'"');
-        buffer_.push_back(u'\\');
-        for (int shift = 12; shift >= 0; shift -= 4)
-          buffer_.push_back(kHexDigits[(c >> shift) & 15]);
+        out[0] = u'"';
+        out[1] = u'"';
+        used(2);
       } else {
-        buffer_.push_back(c);
+        out[0] = u'"';
+        out[1] = u'\\';
+        put_hex_pair(out + 2, static_cast<std::uint8_t>(c >> 8));
+        put_hex_pair(out + 4, static_cast<std::uint8_t>(c));
+        used(6);
       }
-      if (buffer_.size() >= kBufferSize) spill();
+      spill();
+      text += run + 1;
+      count -= run + 1;
     }
-    buffer_.push_back(u'"');
+    push(u'"');
     endValue();
   }
   void putBytes(const void* data, std::size_t count) override {
@@ -358,24 +537,24 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     // all ("{1,}", or "{}" for a list of one empty block): the empty quoted
     // string stands in for it.
     if (count == 0) {
-      buffer_.push_back(u'"');
-      buffer_.push_back(u'"');
+      push(u'"');
+      push(u'"');
     } else {
-      encode_base64(static_cast<const unsigned char*>(data), count, buffer_);
+      appendBase64(static_cast<const unsigned char*>(data), count);
     }
     endValue();
   }
   void putNumeric(const Numeric& value) override {
     const String text = value.toString();
     beginValue();
-    buffer_.append(text.data(), text.size());
+    appendRun(text.data(), text.size());
     endValue();
   }
 
  private:
   void comma() {
     if (need_comma_) {
-      buffer_.push_back(u',');
+      push(u',');
       need_comma_ = false;
     }
   }
@@ -390,9 +569,45 @@ class TextListOut final : public BufferedListOut<IWriter, std::u16string, 8192> 
     spill();
   }
   void appendDecimal(std::uint64_t value) {
-    char16_t digits[detail::kMaxDecimalDigits];
-    char16_t* const end = digits + detail::kMaxDecimalDigits;
-    buffer_.append(detail::write_decimal_backwards(value, end), end);
+    const std::size_t digits = decimal_digits(value);
+    detail::write_decimal_backwards(value, tail() + digits);
+    used(digits);
+  }
+  // Base64 in lines of 64 characters (48 bytes), "\r\n" between them; each
+  // line goes into the buffer four characters at a time.
+  void appendBase64(const unsigned char* data, std::size_t count) {
+    auto quad = [](char16_t* out, std::uint32_t v) {
+      out[0] = static_cast<char16_t>(kBase64Alphabet[v >> 18]);
+      out[1] = static_cast<char16_t>(kBase64Alphabet[(v >> 12) & 63]);
+      out[2] = static_cast<char16_t>(kBase64Alphabet[(v >> 6) & 63]);
+      out[3] = static_cast<char16_t>(kBase64Alphabet[v & 63]);
+    };
+    bool first = true;
+    while (count != 0) {
+      spill();
+      char16_t* out = tail();
+      if (!first) {
+        *out++ = u'\r';
+        *out++ = u'\n';
+      }
+      first = false;
+      const std::size_t line = std::min<std::size_t>(count, 48);
+      std::size_t i = 0;
+      for (; i + 3 <= line; i += 3, out += 4) {
+        quad(out, (std::uint32_t{data[i]} << 16) | (std::uint32_t{data[i + 1]} << 8) | data[i + 2]);
+      }
+      if (i < line) {
+        std::uint32_t v = std::uint32_t{data[i]} << 16;
+        if (i + 1 < line) v |= std::uint32_t{data[i + 1]} << 8;
+        quad(out, v);
+        if (i + 1 == line) out[2] = u'=';
+        out[3] = u'=';
+        out += 4;
+      }
+      used(static_cast<std::size_t>(out - tail()));
+      data += line;
+      count -= line;
+    }
   }
 
   bool need_comma_ = false;
@@ -463,12 +678,13 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     }
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    if (readElement() || !parse_integer(trim_white_space(word_), negative, magnitude))
+    if (readElement() || !parse_integer(trim_white_space(element_), negative, magnitude))
       throw_list_stream_error();
   }
   double getDouble() override {
     double value = 0;
-    if (readElement() || !parse_double(trim_white_space(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_double(trim_white_space(element_), value))
+      throw_list_stream_error();
     return value;
   }
   float getFloat() override {
@@ -479,25 +695,23 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   }
   GUID getGuid() override {
     GUID value{};
-    if (readElement() || !parse_guid(trim_white_space(word_), value)) throw_list_stream_error();
+    if (readElement() || !parse_guid(trim_white_space(element_), value)) throw_list_stream_error();
     return value;
   }
   void getString(String& out) override {
-    if (readElement()) {
-      out = String(std::u16string_view(word_));
-      return;
-    }
-    const std::u16string_view word = trim_white_space(word_);
-    if (word.empty()) throw_list_stream_error();
-    out = String(word);
+    const bool quoted = readElement();
+    const std::u16string_view text = quoted ? element_ : trim_white_space(element_);
+    if (!quoted && text.empty()) throw_list_stream_error();
+    // Into the string's own buffer when it has room and is not shared.
+    std::memcpy(out.resizeForOverwrite(text.size()), text.data(), text.size() * sizeof(char16_t));
   }
   void getBytes(std::string& out) override {
-    if (readElement() && !word_.empty()) throw_list_stream_error();
-    decode_base64(word_, out);
+    if (readElement() && !element_.empty()) throw_list_stream_error();
+    decode_base64(element_, out);
   }
   void getNumeric(Numeric& out) override {
     if (readElement()) throw_list_stream_error();
-    out = parse_numeric(trim_white_space(word_));
+    out = parse_numeric(trim_white_space(element_));
   }
   void skipListContent(String* saved) override {
     saved_ = saved;
@@ -540,6 +754,8 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     chunk_ = kFirstChunk;
   }
   void skipSpace() {
+    // Most elements follow their comma or brace directly.
+    if (position_ < size_ && buffer_[position_] > u' ' && buffer_[position_] < 0x80) return;
     for (;;) {
       while (position_ < size_) {
         if (!is_white_space(buffer_[position_])) return;
@@ -556,7 +772,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
     advance();
     element_read_ = false;
   }
-  // Reads one element into word_; true when it was a quoted string.
+  // Reads one element into element_; true when it was a quoted string.
   bool readElement() {
     const bool quoted = readWord();
     if (depth_ == 0) giveBack();
@@ -565,50 +781,90 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   bool readWord() {
     takeComma();
     skipSpace();
-    word_.clear();
-    int c = peekChar();
+    const int c = peekChar();
     if (c == kEnd) throw_list_stream_error();
     element_read_ = true;
     after_comma_ = false;
     if (c == u'"') {
-      advance();
-      for (;;) {
-        c = peekChar();
-        if (c == kEnd) throw_list_stream_error();
-        advance();
-        if (c != u'"') {
-          word_.push_back(static_cast<char16_t>(c));
-          continue;
+      ++position_;
+      readQuoted();
+      return true;
+    }
+    readBare();
+    return false;
+  }
+  // The text of a quoted string whose opening quote is consumed. A string
+  // without escapes that lies in the buffer is a view of it; anything else
+  // is gathered in word_.
+  void readQuoted() {
+    word_.clear();
+    bool gathered = false;
+    for (;;) {
+      if (position_ == size_ && !refill()) throw_list_stream_error();
+      const char16_t* const begin = buffer_.data() + position_;
+      const char16_t* const end = buffer_.data() + size_;
+      const char16_t* const quote = find_quote(begin, end);
+      if (quote == end) {
+        word_.append(begin, end);
+        gathered = true;
+        position_ = size_;
+        continue;
+      }
+      position_ = static_cast<std::size_t>(quote - buffer_.data()) + 1;
+      if (!gathered && position_ < size_ && buffer_[position_] != u'"' &&
+          buffer_[position_] != u'\\') {
+        element_ = std::u16string_view(begin, static_cast<std::size_t>(quote - begin));
+        return;
+      }
+      word_.append(begin, quote);
+      gathered = true;
+      const int next = peekChar();
+      if (next == u'"') {
+        ++position_;
+        word_.push_back(u'"');
+      } else if (next == u'\\') {
+        ++position_;
+        int unit = 0;
+        for (int i = 0; i < 4; ++i) {
+          const int digit_char = peekChar();
+          if (digit_char == kEnd) throw_list_stream_error();
+          const int digit = hex_digit_value(static_cast<char16_t>(digit_char));
+          if (digit < 0) throw_list_stream_error();
+          ++position_;
+          unit = unit * 16 + digit;
         }
-        c = peekChar();
-        if (c == u'"') {
-          advance();
-          word_.push_back(u'"');
-        } else if (c == u'\\') {
-          advance();
-          int unit = 0;
-          for (int i = 0; i < 4; ++i) {
-            c = peekChar();
-            if (c == kEnd) throw_list_stream_error();
-            const int digit = hex_digit_value(static_cast<char16_t>(c));
-            if (digit < 0) throw_list_stream_error();
-            advance();
-            unit = unit * 16 + digit;
-          }
-          word_.push_back(static_cast<char16_t>(unit));
-        } else {
-          return true;
-        }
+        word_.push_back(static_cast<char16_t>(unit));
+      } else {
+        element_ = word_;
+        return;
       }
     }
+  }
+  // A bare word: up to the next "," or "}" or the end of the input. A view
+  // of the buffer when it lies in it, else gathered in word_.
+  void readBare() {
+    word_.clear();
+    bool gathered = false;
     for (;;) {
-      while (position_ < size_) {
-        const char16_t ch = buffer_[position_];
-        if (ch == u',' || ch == u'}') return false;
-        word_.push_back(ch);
-        advance();
+      const char16_t* const begin = buffer_.data() + position_;
+      const char16_t* const end = buffer_.data() + size_;
+      const char16_t* const p = find_word_end(begin, end);
+      position_ = static_cast<std::size_t>(p - buffer_.data());
+      if (p != end) {
+        if (gathered) {
+          word_.append(begin, p);
+          element_ = word_;
+        } else {
+          element_ = std::u16string_view(begin, static_cast<std::size_t>(p - begin));
+        }
+        return;
       }
-      if (!refill()) return false;
+      word_.append(begin, end);
+      gathered = true;
+      if (!refill()) {
+        element_ = word_;
+        return;
+      }
     }
   }
   void skipQuoted() {
@@ -695,6 +951,9 @@ class TextListIn final : public UnknownImpl<IListInStream> {
   bool element_read_ = false;
   bool after_comma_ = false;
   std::size_t depth_ = 0;
+  // The last element read: a view of buffer_ or of word_, valid until the
+  // next read.
+  std::u16string_view element_;
   std::u16string word_;
   String* saved_ = nullptr;
 };
@@ -702,7 +961,7 @@ class TextListIn final : public UnknownImpl<IListInStream> {
 // ---------------------------------------------------------------------------
 // The binary encoding, writing side.
 
-class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
+class BinaryListOut final : public BufferedListOut<IFile, char, 16384> {
  public:
   explicit BinaryListOut(IFile* file) : BufferedListOut(file) {}
   ~BinaryListOut() override { closeQuietly(); }
@@ -714,6 +973,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     pending_ |= kBeginFlag;
     need_comma_ = false;
     ++depth_;
+    spill();
   }
   void putEndOfList() override {
     open();
@@ -722,6 +982,7 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     if (pending_ != 0) emitPending();
     pending_ = kEndFlag;
     need_comma_ = true;
+    spill();
   }
   void putSigned(std::int64_t value) override {
     if (value >= 0) {
@@ -730,89 +991,80 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     }
     const std::uint64_t magnitude = 0 - static_cast<std::uint64_t>(value);
     if (magnitude < 0x100) {
-      token(kN8);
-      little(magnitude, 1);
+      endValue(little(token(kN8), magnitude, 1));
     } else if (magnitude <= 0xFFFF) {
-      token(kN16);
-      little(magnitude, 2);
+      endValue(little(token(kN16), magnitude, 2));
     } else if (magnitude <= 0xFFFFFFFF) {
-      token(kN32);
-      little(magnitude, 4);
+      endValue(little(token(kN32), magnitude, 4));
     } else {
-      token(kN64);
-      little(magnitude, 8);
+      endValue(little(token(kN64), magnitude, 8));
     }
-    spill();
   }
   void putUnsigned(std::uint64_t value) override {
     if (value <= 9) {
-      token(static_cast<std::uint8_t>(kSmallFirst + value));
+      endValue(token(static_cast<std::uint8_t>(kSmallFirst + value)));
     } else if (value < 0x100) {
-      token(kU8);
-      little(value, 1);
+      endValue(little(token(kU8), value, 1));
     } else if (value <= 0xFFFF) {
-      token(kU16);
-      little(value, 2);
+      endValue(little(token(kU16), value, 2));
     } else if (value <= 0xFFFFFFFF) {
-      token(kU32);
-      little(value, 4);
+      endValue(little(token(kU32), value, 4));
     } else {
-      token(kU64);
-      little(value, 8);
+      endValue(little(token(kU64), value, 8));
     }
-    spill();
   }
   void putFloat(float value) override {
     std::uint32_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    token(kFloat);
-    little(bits, 4);
-    spill();
+    endValue(little(token(kFloat), bits, 4));
   }
   void putDouble(double value) override {
     std::uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    token(kDouble);
-    little(bits, 8);
-    spill();
+    endValue(little(token(kDouble), bits, 8));
   }
   void putGuid(const GUID& value) override {
-    token(kGuid);
-    little(value.Data1, 4);
-    little(value.Data2, 2);
-    little(value.Data3, 2);
-    buffer_.append(reinterpret_cast<const char*>(value.Data4), 8);
-    spill();
+    char* out = token(kGuid);
+    out = little(out, value.Data1, 4);
+    out = little(out, value.Data2, 2);
+    out = little(out, value.Data3, 2);
+    std::memcpy(out, value.Data4, 8);
+    endValue(out + 8);
   }
   void putString(const char16_t* text, std::size_t count) override {
-    countedToken(kString8, count);
-    for (std::size_t i = 0; i < count; ++i) {
-      little(text[i], 2);
-      if (buffer_.size() >= kBufferSize) spill();
+    usedUpTo(countedToken(kString8, count));
+    if constexpr (std::endian::native == std::endian::little) {
+      appendRun(reinterpret_cast<const char*>(text), count * sizeof(char16_t));
+    } else {
+      for (std::size_t i = 0; i < count; ++i) {
+        usedUpTo(little(tail(), text[i], 2));
+        spill();
+      }
     }
     spill();
   }
   void putBytes(const void* data, std::size_t count) override {
-    countedToken(kBytes8, count);
-    spill(true);
-    if (count >= kBufferSize) {
+    usedUpTo(countedToken(kBytes8, count));
+    if (count >= kBufferCapacity) {
+      spill(true);
       target_->write(data, count);
     } else {
-      buffer_.append(static_cast<const char*>(data), count);
+      appendRun(static_cast<const char*>(data), count);
     }
     spill();
   }
   void putNumeric(const Numeric& value) override {
     std::string text;
     value.toString(text);
-    token(kNumeric);
+    char* out = token(kNumeric);
     std::uint64_t length = text.size();
     do {
       const auto byte = static_cast<std::uint8_t>(length & 0x7F);
       length >>= 7;
-      buffer_.push_back(static_cast<char>(length != 0 ? byte | 0x80 : byte));
+      *out++ = static_cast<char>(length != 0 ? byte | 0x80 : byte);
     } while (length != 0);
-    buffer_.append(text);
+    usedUpTo(out);
+    appendRun(text.data(), text.size());
     spill();
   }
 
@@ -827,34 +1079,44 @@ class BinaryListOut final : public BufferedListOut<IFile, std::string, 16384> {
     need_comma_ = false;
   }
   void emitPending() {
-    buffer_.push_back(static_cast<char>(pending_));
+    push(static_cast<char>(pending_));
     pending_ = 0;
   }
-  // The token byte of a value of `kind`, with the flags pending before it.
-  void token(std::uint8_t kind) {
+  // Writes the token byte of a value of `kind`, with the flags pending
+  // before it, and returns where the payload goes. The payload is written
+  // through the returned pointer and kept by endValue() or usedUpTo(): bytes
+  // written through a char pointer may alias any member, so the buffer's
+  // size is updated once, at the end.
+  char* token(std::uint8_t kind) {
     open();
     comma();
     if ((pending_ & kKindMask) != 0) emitPending();
-    buffer_.push_back(static_cast<char>(pending_ | kind));
+    char* out = tail();
+    *out++ = static_cast<char>(pending_ | kind);
     pending_ = 0;
     need_comma_ = true;
+    return out;
   }
-  void little(std::uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i) buffer_.push_back(static_cast<char>((value >> (8 * i)) & 0xFF));
+  void endValue(char* end) {
+    usedUpTo(end);
+    spill();
+  }
+  // Writes the low `bytes` bytes of `value` at `out`, least significant
+  // first, and returns their end.
+  static char* little(char* out, std::uint64_t value, int bytes) {
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(out, &value, static_cast<std::size_t>(bytes));
+    } else {
+      for (int i = 0; i < bytes; ++i) out[i] = static_cast<char>((value >> (8 * i)) & 0xFF);
+    }
+    return out + bytes;
   }
   // The token of a counted payload in the smallest of its three kinds
   // (`kind8`: a one-byte count, then two and eight bytes), and the count.
-  void countedToken(std::uint8_t kind8, std::uint64_t count) {
-    if (count < 0x100) {
-      token(kind8);
-      little(count, 1);
-    } else if (count <= 0xFFFF) {
-      token(static_cast<std::uint8_t>(kind8 + 1));
-      little(count, 2);
-    } else {
-      token(static_cast<std::uint8_t>(kind8 + 2));
-      little(count, 8);
-    }
+  char* countedToken(std::uint8_t kind8, std::uint64_t count) {
+    if (count < 0x100) return little(token(kind8), count, 1);
+    if (count <= 0xFFFF) return little(token(static_cast<std::uint8_t>(kind8 + 1)), count, 2);
+    return little(token(static_cast<std::uint8_t>(kind8 + 2)), count, 8);
   }
 
   std::uint8_t pending_ = 0;
@@ -920,8 +1182,13 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     throw_list_stream_error();
   }
   void getInteger(bool& negative, std::uint64_t& magnitude) override {
-    integer(takeKind(), negative, magnitude);
+    // Locals, so that writing the results cannot alias the stream's state.
+    bool sign = false;
+    std::uint64_t value = 0;
+    integer(takeKind(), sign, value);
     settle();
+    negative = sign;
+    magnitude = value;
   }
   double getDouble() override {
     const double value = doublePayload(takeKind());
@@ -938,6 +1205,14 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   GUID getGuid() override {
     if (takeKind() != kGuid) throw_list_stream_error();
     GUID value{};
+    if (std::endian::native == std::endian::little && size_ - position_ >= sizeof value) {
+      // The payload is the GUID's memory image on a little-endian machine.
+      static_assert(sizeof(GUID) == 16);
+      std::memcpy(&value, buffer_.data() + position_, sizeof value);
+      position_ += sizeof value;
+      settle();
+      return value;
+    }
     value.Data1 = static_cast<std::uint32_t>(little(4));
     value.Data2 = static_cast<std::uint16_t>(little(2));
     value.Data3 = static_cast<std::uint16_t>(little(2));
@@ -947,15 +1222,15 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
   }
   void getString(String& out) override {
     const std::uint64_t count = payloadCount(takeKind(), kString8);
-    if (count > remaining() / 2) throw_list_stream_error();
-    String text;
-    char16_t* units = text.resizeForOverwrite(static_cast<std::size_t>(count));
+    if (count > std::numeric_limits<std::uint64_t>::max() / 2 || !hasBytes(count * 2))
+      throw_list_stream_error();
+    // Into the string's own buffer when it has room and is not shared.
+    char16_t* units = out.resizeForOverwrite(static_cast<std::size_t>(count));
     bytes(units, static_cast<std::size_t>(count) * sizeof(char16_t));
     if constexpr (std::endian::native == std::endian::big) {
       for (std::uint64_t i = 0; i < count; ++i)
         units[i] = static_cast<char16_t>((units[i] << 8) | (units[i] >> 8));
     }
-    out = std::move(text);
     settle();
   }
   void getBytes(std::string& out) override {
@@ -967,7 +1242,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       out.clear();
     } else {
       const std::uint64_t count = payloadCount(kind, kBytes8);
-      if (count > remaining()) throw_list_stream_error();
+      if (!hasBytes(count)) throw_list_stream_error();
       out.resize(static_cast<std::size_t>(count));
       bytes(out.data(), out.size());
     }
@@ -1034,11 +1309,19 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       length |= (byte & 0x7F) << shift;
       if ((byte & 0x80) == 0) break;
     }
-    if (length > remaining()) throw_list_stream_error();
-    std::string text(static_cast<std::size_t>(length), '\0');
-    bytes(text.data(), text.size());
-    const std::u16string wide(text.begin(), text.end());
-    out = parse_numeric(wide);
+    if (!hasBytes(length)) throw_list_stream_error();
+    // Copied out of the buffer, where the next token byte might continue
+    // the digits; terminated by a zero that ends the number.
+    char small[64];
+    std::string large;
+    char* text = small;
+    if (length >= sizeof small) {
+      large.resize(static_cast<std::size_t>(length));
+      text = large.data();
+    }
+    bytes(text, static_cast<std::size_t>(length));
+    text[length] = '\0';
+    out = parse_numeric(std::string_view(text, static_cast<std::size_t>(length)));
   }
   double doublePayload(std::uint8_t kind) {
     if (kind == kDouble) {
@@ -1087,6 +1370,8 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     return size_ != 0;
   }
 
+  // Whether `count` more bytes can be read.
+  bool hasBytes(std::uint64_t count) { return count <= size_ - position_ || count <= remaining(); }
   std::uint64_t remaining() {
     const std::uint64_t length = file_->length();
     const std::uint64_t at = file_->position();
@@ -1103,6 +1388,7 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
       count -= n;
     }
   }
+  // A little-endian number of `count` bytes (1, 2, 4 or 8).
   std::uint64_t little(int count) {
     unsigned char raw[8];
     const unsigned char* p = raw;
@@ -1112,9 +1398,31 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     } else {
       bytes(raw, static_cast<std::size_t>(count));
     }
-    std::uint64_t value = 0;
-    for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
-    return value;
+    if constexpr (std::endian::native == std::endian::little) {
+      switch (count) {
+        case 1:
+          return *p;
+        case 2: {
+          std::uint16_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+        case 4: {
+          std::uint32_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+        default: {
+          std::uint64_t value;
+          std::memcpy(&value, p, sizeof value);
+          return value;
+        }
+      }
+    } else {
+      std::uint64_t value = 0;
+      for (int i = count - 1; i >= 0; --i) value = (value << 8) | p[i];
+      return value;
+    }
   }
   // The count of a payload of `kind`, one of the three kinds from `kind8`
   // (see BinaryListOut::countedToken); any other kind is malformed here.
@@ -1169,8 +1477,17 @@ class BinaryListIn final : public UnknownImpl<IListInStream> {
     }
     if (kind < kU8 || kind > kN64) throw_list_stream_error();
     static constexpr int kSizes[] = {1, 1, 2, 2, 4, 4, 8, 8};
+    const int size = kSizes[kind - kU8];
     negative = ((kind - kU8) & 1) != 0;
-    magnitude = little(kSizes[kind - kU8]);
+    if (std::endian::native == std::endian::little && size_ - position_ >= 8) {
+      // A whole word, of which the payload's bytes are kept.
+      std::uint64_t word;
+      std::memcpy(&word, buffer_.data() + position_, sizeof word);
+      position_ += static_cast<std::size_t>(size);
+      magnitude = size == 8 ? word : word & ((std::uint64_t{1} << (8 * size)) - 1);
+      return;
+    }
+    magnitude = little(size);
   }
 
   static constexpr std::size_t kFirstChunk = 64;
@@ -1297,18 +1614,13 @@ ListOutStream::ListOutStream(IFile* file) : impl_(create_binary_list_out_stream(
 ListOutStream::ListOutStream(IListOutStream* stream) : impl_(stream) {}
 ListOutStream::~ListOutStream() = default;
 
-IListOutStream* ListOutStream::impl() const {
-  if (!impl_) throw_list_stream_error();
-  return impl_.get();
-}
+void ListOutStream::throwClosed() { throw_list_stream_error(); }
 
 void ListOutStream::close() {
   InterfacePtr<IListOutStream> impl = std::move(impl_);
   if (impl) impl->close();
 }
 void ListOutStream::flush() { impl()->flush(); }
-void ListOutStream::putBeginOfList() { impl()->putBeginOfList(); }
-void ListOutStream::putEndOfList() { impl()->putEndOfList(); }
 
 void ListOutStream::put(const char16_t* text) {
   if (text == nullptr) {
@@ -1360,16 +1672,9 @@ void ListInStream::reinit(IFile* file) {
 }
 void ListInStream::reinit(IListInStream* stream) { impl_.reset(stream); }
 
-IListInStream* ListInStream::impl() const {
-  if (!impl_) throw_list_stream_error();
-  return impl_.get();
-}
+void ListInStream::throwClosed() { throw_list_stream_error(); }
 
 std::uint64_t ListInStream::position() { return impl()->position(); }
-void ListInStream::getBeginOfList() { impl()->getBeginOfList(); }
-void ListInStream::getEndOfList() { impl()->getEndOfList(); }
-bool ListInStream::getComma() { return impl()->getComma(); }
-ListToken ListInStream::peek() { return impl()->peek(); }
 
 template <class T>
 void ListInStream::getSignedAs(T& value) {

@@ -12,6 +12,7 @@
 #include "core/thread.h"
 #include "core/value.h"
 #include "core/value_impl.h"
+#include "internal/block_cache.h"
 #include "internal/chars.h"
 #include "values/type_registry.h"
 #include "values/value_objects.h"
@@ -104,9 +105,8 @@ constexpr PrimitiveType* kTypeType = &type_type_storage.value;
 // The four values that exist once: reference counting never destroys them.
 class SingletonValue : public ValueImplBase {
  public:
-  constexpr SingletonValue(IType* type, int32_t hash) noexcept : ValueImplBase(type), hash_(hash) {}
-  int32_t acquire() override { return 1; }
-  int32_t release() override { return 1; }
+  constexpr SingletonValue(IType* type, int32_t hash) noexcept
+      : ValueImplBase(type, NeverDestroyed{}), hash_(hash) {}
   bool isEqual(IValue* other) override { return other == this; }
   int32_t hashCode() override { return hash_; }
   void* getDataPtr() override { return nullptr; }
@@ -159,7 +159,8 @@ constexpr BooleanValue* kFalseValue = &false_value_storage.value;
 constexpr BooleanValue* kTrueValue = &true_value_storage.value;
 
 // The value objects with a payload: counted, deleted with the last
-// reference.
+// reference. They live in the thread's cache of small blocks, which makes
+// and destroys them without a trip to the heap.
 class PayloadValue : public ValueImplBase {
  public:
   using ValueImplBase::ValueImplBase;
@@ -167,11 +168,29 @@ class PayloadValue : public ValueImplBase {
   bool getNumeric(Numeric&) override { return false; }
   bool getDate(Date&) override { return false; }
   void* getDataPtr() override { return nullptr; }
+
+  static void* operator new(std::size_t size) {
+    return size <= detail::kSmallBlockSize ? detail::take_small_block() : ::operator new(size);
+  }
+  static void operator delete(void* block, std::size_t size) noexcept {
+    if (size <= detail::kSmallBlockSize) {
+      detail::give_small_block(block);
+    } else {
+      ::operator delete(block);
+    }
+  }
+
+  // The new value with its first reference, for a holder to adopt.
+  IValue* firstReference() noexcept {
+    ref_count_.store(1, std::memory_order_relaxed);
+    return this;
+  }
 };
 
 class NumberValue final : public PayloadValue {
  public:
-  explicit NumberValue(const Numeric& value) : PayloadValue(kNumberType), value_(value) {}
+  template <class T>
+  explicit NumberValue(const T& value) : PayloadValue(kNumberType), value_(value) {}
   bool getBoolean(bool& out) override {
     out = !value_.zero();
     return true;
@@ -204,7 +223,8 @@ class NumberValue final : public PayloadValue {
 // date.
 class StringValue final : public PayloadValue {
  public:
-  explicit StringValue(const String& value) : PayloadValue(kStringType), value_(value) {}
+  template <class T>
+  explicit StringValue(const T& value) : PayloadValue(kStringType), value_(value) {}
   bool getBoolean(bool& out) override;
   bool getNumeric(Numeric& out) override;
   bool getString(String& out) override {
@@ -481,8 +501,16 @@ bool ValueImplBase::queryInterface(const GUID& iid, void** out) {
   return offered;
 }
 
+void destroy_counted_value(IValue* value) noexcept { delete value; }
+
+int32_t ValueImplBase::acquire() {
+  if (counting() == Counting::kImmortal) return 1;
+  return ref_count_.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
 int32_t ValueImplBase::release() {
-  const int32_t count = count_.release();
+  if (counting() == Counting::kImmortal) return 1;
+  const int32_t count = ref_count_.fetch_sub(1, std::memory_order_acq_rel) - 1;
   if (count == 0) delete this;
   return count;
 }
@@ -554,47 +582,57 @@ IValue* create_boolean_value(bool value) noexcept {
   return value ? static_cast<IValue*>(kTrueValue) : kFalseValue;
 }
 
+namespace {
+
+// A new value of `Kind` made from `payload`, with its first reference.
+template <class Kind, class Payload>
+IValue* make_value(const Payload& payload) {
+  return (new Kind(payload))->firstReference();
+}
+
+}  // namespace
+
 InterfacePtr<IValue> create_numeric_value(short value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(unsigned short value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(int value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(unsigned int value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(long value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(unsigned long value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(long long value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(unsigned long long value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(double value) {
-  return create_numeric_value(Numeric(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_numeric_value(const Numeric& value) {
-  return InterfacePtr<IValue>(new NumberValue(value));
+  return InterfacePtr<IValue>::adopt(make_value<NumberValue>(value));
 }
 InterfacePtr<IValue> create_string_value(const String& value) {
-  return InterfacePtr<IValue>(new StringValue(value));
+  return InterfacePtr<IValue>::adopt(make_value<StringValue>(value));
 }
 InterfacePtr<IValue> create_string_value(const char16_t* value) {
-  return create_string_value(String(value));
+  return InterfacePtr<IValue>::adopt(make_value<StringValue>(value));
 }
 InterfacePtr<IValue> create_date_value(const Date& value) {
-  return InterfacePtr<IValue>(new DateValue(value));
+  return InterfacePtr<IValue>::adopt(make_value<DateValue>(value));
 }
 InterfacePtr<IValue> create_type_value(const GUID& clsid) {
-  return InterfacePtr<IValue>(new TypeValue(clsid));
+  return InterfacePtr<IValue>::adopt(make_value<TypeValue>(clsid));
 }
 
 // ---------------------------------------------------------------------------
@@ -647,21 +685,70 @@ bool GenericValue::equals(bool value) const {
   return held->getIType() == kBooleanType && held->getBoolean(other) && other == value;
 }
 
-#define CORE_EQUALS_NUMBER(T)                                 \
-  bool GenericValue::equals(T value) const {                  \
-    Numeric number;                                           \
-    return numeric_of(value, number) && equalsNumber(number); \
+namespace {
+
+// Does `number` equal the integer of `negative` and `magnitude`? Read off
+// the limbs, without building a Numeric.
+bool equals_integer(const Numeric& number, bool negative, uint64_t magnitude) noexcept {
+  if (magnitude == 0) return number.zero();
+  if (number.zero() || (number.sign() < 0) != negative) return false;
+  const int32_t count = number.limbCount();
+  const int32_t fraction = number.fractionLimbs();
+  const Numeric::Limb* limbs = number.limbs();
+  // Limb i stands at integer place i - fraction; a fraction must be all
+  // zeros, and an integer of 64 bits has at most three places.
+  for (int32_t i = 0; i < fraction && i < count; ++i) {
+    if (limbs[i] != 0) return false;
   }
-CORE_EQUALS_NUMBER(short)
-CORE_EQUALS_NUMBER(unsigned short)
-CORE_EQUALS_NUMBER(int)
-CORE_EQUALS_NUMBER(long)
-CORE_EQUALS_NUMBER(unsigned int)
-CORE_EQUALS_NUMBER(unsigned long)
-CORE_EQUALS_NUMBER(long long)
-CORE_EQUALS_NUMBER(unsigned long long)
-CORE_EQUALS_NUMBER(double)
-#undef CORE_EQUALS_NUMBER
+  if (static_cast<int64_t>(count) - fraction > 3) return false;
+  uint64_t value = 0;
+  for (int32_t i = count - 1; i >= 0 && i >= fraction; --i) {
+    if (__builtin_mul_overflow(value, uint64_t{Numeric::kLimbBase}, &value) ||
+        __builtin_add_overflow(value, uint64_t{limbs[i]}, &value)) {
+      return false;
+    }
+  }
+  for (int32_t place = fraction; place < 0; ++place) {
+    if (__builtin_mul_overflow(value, uint64_t{Numeric::kLimbBase}, &value)) return false;
+  }
+  return value == magnitude;
+}
+
+}  // namespace
+
+bool GenericValue::equalsInteger(bool negative, uint64_t magnitude) const {
+  IValue* held = getIValue();
+  if (typeid(*held) == typeid(NumberValue)) {
+    return equals_integer(static_cast<NumberValue*>(held)->value(), negative, magnitude);
+  }
+  Numeric other;
+  return held->getIType() == kNumberType && held->getNumeric(other) &&
+         equals_integer(other, negative, magnitude);
+}
+
+#define CORE_EQUALS_SIGNED(T)                                                                \
+  bool GenericValue::equals(T value) const {                                                 \
+    const auto wide = static_cast<int64_t>(value);                                           \
+    return equalsInteger(                                                                    \
+        wide < 0, wide < 0 ? 0 - static_cast<uint64_t>(wide) : static_cast<uint64_t>(wide)); \
+  }
+#define CORE_EQUALS_UNSIGNED(T) \
+  bool GenericValue::equals(T value) const { return equalsInteger(false, value); }
+CORE_EQUALS_SIGNED(short)
+CORE_EQUALS_UNSIGNED(unsigned short)
+CORE_EQUALS_SIGNED(int)
+CORE_EQUALS_SIGNED(long)
+CORE_EQUALS_UNSIGNED(unsigned int)
+CORE_EQUALS_UNSIGNED(unsigned long)
+CORE_EQUALS_SIGNED(long long)
+CORE_EQUALS_UNSIGNED(unsigned long long)
+#undef CORE_EQUALS_SIGNED
+#undef CORE_EQUALS_UNSIGNED
+
+bool GenericValue::equals(double value) const {
+  Numeric number;
+  return numeric_of(value, number) && equalsNumber(number);
+}
 
 bool GenericValue::equals(const Numeric& value) const { return equalsNumber(value); }
 
@@ -699,43 +786,24 @@ IValue* adopt(InterfacePtr<IValue> value) noexcept { return value.detach(); }
 
 Value::Value() noexcept : value_(kUndefinedValue) {}
 Value::Value(bool value) : value_(create_boolean_value(value)) {}
-Value::Value(short value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(unsigned short value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(int value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(unsigned int value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(long value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(unsigned long value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(long long value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(unsigned long long value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(double value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(const Numeric& value) : value_(adopt(create_numeric_value(value))) {}
-Value::Value(const char16_t* value) : value_(adopt(create_string_value(value))) {}
-Value::Value(const String& value) : value_(adopt(create_string_value(value))) {}
-Value::Value(const Date& value) : value_(adopt(create_date_value(value))) {}
+Value::Value(short value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(unsigned short value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(int value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(unsigned int value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(long value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(unsigned long value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(long long value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(unsigned long long value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(double value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(const Numeric& value) : value_(make_value<NumberValue>(value)) {}
+Value::Value(const char16_t* value) : value_(make_value<StringValue>(value)) {}
+Value::Value(const String& value) : value_(make_value<StringValue>(value)) {}
+Value::Value(const Date& value) : value_(make_value<DateValue>(value)) {}
 Value::Value(IUnknown* value) : value_(adopt(value_of(value))) {}
 Value::Value(IValue* value) noexcept : value_(value != nullptr ? value : kUndefinedValue) {
-  value_->acquire();
+  value_->holdRef();
 }
 Value::Value(const GenericValue& value) noexcept : Value(value.getIValue()) {}
-Value::Value(const Value& other) noexcept : GenericValue(other), value_(other.value_) {
-  value_->acquire();
-}
-Value::Value(Value&& other) noexcept
-    : GenericValue(other), value_(std::exchange(other.value_, kUndefinedValue)) {}
-Value::~Value() { value_->release(); }
-
-Value& Value::operator=(const Value& other) noexcept {
-  setIValue(other.value_);
-  return *this;
-}
-
-Value& Value::operator=(Value&& other) noexcept {
-  if (this != &other) {
-    IValue* old = std::exchange(value_, std::exchange(other.value_, kUndefinedValue));
-    old->release();
-  }
-  return *this;
-}
 
 Value& Value::operator=(const GenericValue& other) noexcept {
   setIValue(other.getIValue());
@@ -744,11 +812,13 @@ Value& Value::operator=(const GenericValue& other) noexcept {
 
 void Value::setIValue(IValue* value) {
   if (value == nullptr) value = kUndefinedValue;
-  value->acquire();
-  std::exchange(value_, value)->release();
+  value->holdRef();
+  std::exchange(value_, value)->dropRef();
 }
 
 IValue* Value::detachIValue() noexcept { return std::exchange(value_, kUndefinedValue); }
+
+IValue* Value::undefinedIValue() noexcept { return kUndefinedValue; }
 
 const Value& Value::undefined() noexcept {
   static const Value* const instance = new Value;
@@ -761,14 +831,14 @@ const Value& Value::undefined() noexcept {
 WeakValue::WeakValue(IValue* value) noexcept : value_(value != nullptr ? value : kUndefinedValue) {}
 
 WeakValue::~WeakValue() {
-  if (owns_) value_->release();
+  if (owns_) value_->dropRef();
 }
 
 void WeakValue::setIValue(IValue* value) {
   if (value == nullptr) value = kUndefinedValue;
-  value->acquire();
+  value->holdRef();
   IValue* old = std::exchange(value_, value);
-  if (owns_) old->release();
+  if (owns_) old->dropRef();
   owns_ = true;
 }
 

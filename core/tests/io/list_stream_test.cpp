@@ -838,5 +838,97 @@ TEST(ListStream, CopyRefusesOpenListsAndUnknownWords) {
   }
 }
 
+// ---------------------------------------------------------------------------
+// Values longer than the writers' buffers and readers' blocks: a string whose
+// units to escape fall on every side of the writer's 8,192-unit buffer, Base64
+// of many lines, and nesting that never spills a value.
+
+// The quoted form of `text`, unit by unit.
+std::u16string quoted_form(std::u16string_view text) {
+  std::u16string out = u"\"";
+  for (const char16_t c : text) {
+    if (c == u'"') {
+      out += u"\"\"";
+    } else if (c >= 0xD800 && c <= 0xDFFF) {
+      static constexpr char16_t kHex[] = u"0123456789abcdef";
+      out += u"\"\\";
+      for (int shift = 12; shift >= 0; shift -= 4) out += kHex[(c >> shift) & 15];
+    } else {
+      out += c;
+    }
+  }
+  return out + u"\"";
+}
+
+TEST(ListStream, LongValuesCrossEveryBufferBoundary) {
+  std::vector<std::u16string> strings;
+  for (std::size_t length : {8189u, 8190u, 8191u, 8192u, 8193u, 20000u}) {
+    for (std::size_t escape_at : {std::size_t{0}, length - 3, length - 2, length - 1}) {
+      std::u16string text(length, u'x');
+      text[escape_at] = u'"';
+      text[(escape_at + 7) % length] = static_cast<char16_t>(0xD83D);
+      strings.push_back(text);
+    }
+  }
+  std::string bytes(7001, '\0');
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7);
+  constexpr int kDepth = 20000;
+
+  auto write = [&](ListOutStream& out) {
+    out.putBeginOfList();
+    for (const std::u16string& text : strings) out.put(String(text));
+    out.put(bytes);
+    for (int i = 0; i < kDepth; ++i) out.putBeginOfList();
+    for (int i = 0; i < kDepth; ++i) out.putEndOfList();
+    out.putEndOfList();
+  };
+  auto read = [&](ListInStream& in) {
+    in.getBeginOfList();
+    String text;
+    for (const std::u16string& expected : strings) {
+      in.get(text);
+      ASSERT_EQ(std::u16string_view(text), expected);
+    }
+    std::string read_bytes;
+    in.get(read_bytes);
+    EXPECT_EQ(read_bytes, bytes);
+    for (int i = 0; i < kDepth; ++i) in.getBeginOfList();
+    for (int i = 0; i < kDepth; ++i) in.getEndOfList();
+    in.getEndOfList();
+    EXPECT_EQ(in.peek(), ListToken::End);
+  };
+
+  InterfacePtr<StringWriter> writer(new StringWriter);
+  ListOutStream text_out(writer.get());
+  write(text_out);
+  text_out.close();
+  const std::u16string& text = writer->text();
+  // Each string as its quoted form, in order, each after a comma but the
+  // first.
+  std::size_t at = 1;
+  for (const std::u16string& expected : strings) {
+    const std::u16string form = quoted_form(expected);
+    ASSERT_EQ(text.compare(at, form.size(), form), 0) << "at " << at;
+    at += form.size() + 1;
+  }
+  {
+    InterfacePtr<IReader> reader(new StringReader(writer->str()));
+    ListInStream in(reader.get());
+    read(in);
+  }
+  {
+    InterfacePtr<IReader> reader(new OneWayReader(writer->str()));
+    ListInStream in(reader.get());
+    read(in);
+  }
+  InterfacePtr<MemoryFile> file(new MemoryFile);
+  ListOutStream binary_out(file.get());
+  write(binary_out);
+  binary_out.close();
+  file->seek(0);
+  ListInStream binary_in(file.get());
+  read(binary_in);
+}
+
 }  // namespace
 }  // namespace core

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <limits>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -201,6 +202,128 @@ TEST(Value, SingletonsSurviveAnyCounting) {
   EXPECT_TRUE(is_undefined_value(Value(undefined)));
   EXPECT_EQ(create_boolean_value(true), Value(true).getIValue());
   EXPECT_NE(create_boolean_value(true), create_boolean_value(false));
+}
+
+// Equality of a Number with an integer argument, read off the limbs.
+struct IntegerEqualsCase {
+  const char* number;  // the held Number, as decimal text
+  long long integer;
+  bool equal;
+};
+
+const IntegerEqualsCase kIntegerEquals[] = {
+    {"0", 0, true},
+    {"-0.000", 0, true},
+    {"0.5", 0, false},
+    {"1", 1, true},
+    {"1.000", 1, true},
+    {"1.0000000001", 1, false},
+    {"-3", -3, true},
+    {"3", -3, false},
+    {"-3", 3, false},
+    {"1000000000", 1000000000, true},
+    {"1000000000000000000", 1000000000000000000LL, true},
+    {"1000000000000000001", 1000000000000000000LL, false},
+    {"-9223372036854775808", std::numeric_limits<long long>::min(), true},
+    {"9223372036854775807", std::numeric_limits<long long>::max(), true},
+    {"9223372036854775807.5", std::numeric_limits<long long>::max(), false},
+    {"1000000000000000000000000000", 0, false},
+    {"1000000000000000000000000000", 1000000000, false},
+    {"123456789012", 123456789012LL, true},
+    {"123456789012.000000001", 123456789012LL, false},
+};
+
+TEST(Value, EqualsAnIntegerByItsDigits) {
+  for (const IntegerEqualsCase& c : kIntegerEquals) {
+    SCOPED_TRACE(c.number);
+    Numeric number;
+    number.fromString(c.number);
+    const Value value(number);
+    EXPECT_EQ(value.equals(c.integer), c.equal);
+    EXPECT_EQ(value.equals(Numeric(c.integer)), c.equal);
+    if (c.integer >= 0) {
+      EXPECT_EQ(value.equals(static_cast<unsigned long long>(c.integer)), c.equal);
+    }
+    if (c.integer >= std::numeric_limits<int>::min() &&
+        c.integer <= std::numeric_limits<int>::max()) {
+      EXPECT_EQ(value.equals(static_cast<int>(c.integer)), c.equal);
+    }
+  }
+  EXPECT_TRUE(Value(std::numeric_limits<unsigned long long>::max())
+                  .equals(std::numeric_limits<unsigned long long>::max()));
+  EXPECT_FALSE(Value(-1).equals(std::numeric_limits<unsigned long long>::max()));
+}
+
+// A value implemented by hand, directly on IValue: holders count it through
+// its own acquire() and release().
+class HandValue final : public IValue {
+ public:
+  IType* getIType() const override { return Type(TypeCode::Number).getIType(); }
+  bool getBoolean(bool&) override { return false; }
+  bool getNumeric(Numeric& out) override {
+    out = Numeric(8);
+    return true;
+  }
+  bool getString(String&) override { return false; }
+  bool getDate(Date&) override { return false; }
+  bool isEqual(IValue* other) override { return other == this; }
+  int32_t hashCode() override { return 8; }
+  void* getDataPtr() override { return nullptr; }
+  bool queryInterface(const GUID&, void** out) override {
+    *out = nullptr;
+    return false;
+  }
+  int32_t acquire() override { return ++count; }
+  int32_t release() override { return --count; }
+
+  int32_t count = 0;
+};
+
+TEST(Value, HandMadeValuesAreCountedThroughTheirOwnCalls) {
+  HandValue hand;
+  {
+    Value held(&hand);
+    EXPECT_EQ(hand.count, 1);
+    Value copy = held;
+    InterfacePtr<IValue> pointer(&hand);
+    EXPECT_EQ(hand.count, 3);
+    EXPECT_TRUE(copy.equals(8));  // a Number by its type, not by its class
+    Value moved = std::move(copy);
+    EXPECT_EQ(hand.count, 3);
+  }
+  EXPECT_EQ(hand.count, 0);
+}
+
+// An object value built on the library's bases, which counts its
+// destructions: it is counted without virtual calls, and whichever holder
+// lets go last, on whatever thread, destroys it exactly once.
+std::atomic<int> shelves_destroyed{0};
+
+class CountedShelf final : public ObjectValueCore {
+ public:
+  CountedShelf() : ObjectValueCore(nullptr) {}
+  ~CountedShelf() override { ++shelves_destroyed; }
+};
+
+TEST(Value, TheLastHolderOnAnyThreadDestroysAnObjectValue) {
+  shelves_destroyed = 0;
+  constexpr int kObjects = 200;
+  std::vector<Value> values;
+  for (int i = 0; i < kObjects; ++i) values.emplace_back(static_cast<IValue*>(new CountedShelf));
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 3; ++t) {
+    threads.emplace_back([copies = values, t]() mutable {
+      for (int round = 0; round < 50; ++round) {
+        std::vector<Value> more(copies.begin(), copies.end());
+        InterfacePtr<IValue> pointer(more[static_cast<std::size_t>(round + t)].getIValue());
+        pointer->acquire();
+        pointer->release();
+      }
+    });
+  }
+  values.clear();
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(shelves_destroyed.load(), kObjects);
 }
 
 class Gadget : public UnknownImpl<IApplicationContext> {
