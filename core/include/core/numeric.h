@@ -322,11 +322,11 @@ class CORE_EXPORT Numeric {
   // The product when both operands have at most four limbs; false, with
   // nothing changed, for larger ones.
   bool multiplySmall(const Numeric& other);
-  // Replaces the value by r[0..kCount) (kCount <= 8, r readable up to
-  // r[kCount + 2]) with `frac` fraction limbs and `sign`, normalised.
-  // REQUIRES: some limb non-zero. Throws Overflow as assign() does.
+  // Replaces the value by r[0..kCount) (kCount <= 8) with `frac` fraction
+  // limbs and `sign`, normalised. REQUIRES: some limb non-zero. Throws
+  // Overflow as assign() does.
   template <int kCount>
-  void assignSmall(const Limb* r, std::int64_t frac, int sign);
+  void assignSmall(const Limb (&r)[kCount], std::int64_t frac, int sign);
   Numeric& assignLarge(const Numeric& other);
   bool integerMagnitude(unsigned long long& out) const noexcept;
   void releaseBuffer() noexcept;

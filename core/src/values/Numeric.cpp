@@ -332,8 +332,24 @@ void divide_limbs(const Limb* u, std::size_t m, const Limb* v, std::size_t n, Li
 
 int digit_count(Limb limb) noexcept {
   int count = 1;
-  while (count < 9 && limb >= kPow10[count]) ++count;
+  for (int i = 1; i < 9; ++i) count += limb >= kPow10[i] ? 1 : 0;
   return count;
+}
+
+// The decimal zeros at the low end of a non-zero limb (0 to 8), found by
+// halving the width instead of one digit at a time.
+int trailing_zeros(Limb limb) noexcept {
+  if (limb % 100000000 == 0) return 8;
+  int count = 0;
+  if (limb % 10000 == 0) {
+    limb /= 10000;
+    count += 4;
+  }
+  if (limb % 100 == 0) {
+    limb /= 100;
+    count += 2;
+  }
+  return limb % 10 == 0 ? count + 1 : count;
 }
 
 // The value of `count` (at most nine) ASCII digits. A whole group is summed
@@ -568,26 +584,42 @@ void Numeric::normalizeInPlace() noexcept {
 // ---------------------------------------------------------------------------
 // Arithmetic
 
-// Inlined: the call would cost about what the work does.
+// Inlined: the call would cost about what the work does. The limbs stay in
+// registers and are moved down past the zero ones by shifting: storing them
+// one by one and reloading them at a variable offset would stall on store
+// forwarding.
 template <int kCount>
-[[gnu::always_inline]] inline void Numeric::assignSmall(const Limb* r, std::int64_t frac,
+[[gnu::always_inline]] inline void Numeric::assignSmall(const Limb (&r)[kCount], std::int64_t frac,
                                                         int sign) {
+  static_assert(kCount <= 8);
   unsigned present = 0;
-  for (int i = 0; i < kCount; ++i) present |= static_cast<unsigned>(r[i] != 0) << i;
+  Uint128 low = 0;
+  Uint128 high = 0;
+  for (int i = 0; i < kCount; ++i) {
+    present |= static_cast<unsigned>(r[i] != 0) << i;
+    (i < 4 ? low : high) |= static_cast<Uint128>(r[i]) << (32 * (i % 4));
+  }
   const int first = std::countr_zero(present);
   const int size = std::bit_width(present) - first;
   const std::int64_t new_frac = frac - first;
   if (new_frac > kMaxScale || size - new_frac > kMaxScale) {
     throw_numeric(NumericException::Code::Overflow);
   }
+  if (first >= 4) {
+    low = high >> (32 * (first - 4));
+    high = 0;
+  } else if (first > 0) {
+    low = (low >> (32 * first)) | (high << (128 - 32 * first));
+    high >>= 32 * first;
+  }
   Limb* dst = limbs_;
   if (size > static_cast<int>(kInlineLimbs)) {
     dst = reserve(size, false);
-    for (int i = 4; i < size; ++i) dst[i] = r[first + i];
+    for (int i = 4; i < size; ++i) dst[i] = static_cast<Limb>(high >> (32 * (i - 4)));
   }
   // Four limbs are always written: every buffer holds at least four, and the
   // ones past the size are never read.
-  for (int i = 0; i < 4; ++i) dst[i] = r[first + i];
+  std::memcpy(dst, &low, sizeof low);
   size_ = size;
   frac_ = static_cast<std::int32_t>(new_frac);
   sign_ = static_cast<signed char>(sign);
@@ -656,15 +688,10 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
   }
   // A carry out of the window lands in a fifth place.
   const std::uint64_t top = r_high / kBase;
-  const Limb r[8] = {static_cast<Limb>(r_low % kBase),
-                     static_cast<Limb>(r_low / kBase),
-                     static_cast<Limb>(r_high % kBase),
-                     static_cast<Limb>(top % kBase),
-                     static_cast<Limb>(top / kBase),
-                     0,
-                     0,
-                     0};
-  assignSmall<5>(r, -low, result_sign);
+  const Limb r[5] = {static_cast<Limb>(r_low % kBase), static_cast<Limb>(r_low / kBase),
+                     static_cast<Limb>(r_high % kBase), static_cast<Limb>(top % kBase),
+                     static_cast<Limb>(top / kBase)};
+  assignSmall(r, -low, result_sign);
   return true;
 }
 
@@ -680,8 +707,10 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
   }
   // A fixed schoolbook by columns: a column of four products stays below
   // 2^64 with its carry, so each column splits once.
-  Limb r[12] = {};
+  const std::int64_t frac = static_cast<std::int64_t>(frac_) + other.frac_;
+  const int sign = sign_ * other.sign_;
   if (na <= 2 && nb <= 2) {
+    Limb r[4];
     std::uint64_t column = a[0] * b[0];
     r[0] = static_cast<Limb>(column % kBase);
     column = column / kBase + a[0] * b[1] + a[1] * b[0];
@@ -689,8 +718,9 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
     column = column / kBase + a[1] * b[1];
     r[2] = static_cast<Limb>(column % kBase);
     r[3] = static_cast<Limb>(column / kBase);
-    assignSmall<4>(r, static_cast<std::int64_t>(frac_) + other.frac_, sign_ * other.sign_);
+    assignSmall(r, frac, sign);
   } else {
+    Limb r[8];
     std::uint64_t carry = 0;
     for (int k = 0; k < 7; ++k) {
       std::uint64_t column = carry;
@@ -701,7 +731,7 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
       carry = column / kBase;
     }
     r[7] = static_cast<Limb>(carry);
-    assignSmall<8>(r, static_cast<std::int64_t>(frac_) + other.frac_, sign_ * other.sign_);
+    assignSmall(r, frac, sign);
   }
   return true;
 }
@@ -1030,13 +1060,7 @@ void Numeric::lengthAndPrecision(unsigned& length, unsigned& precision) const no
   }
   std::int64_t fraction_digits = 0;
   if (frac_ > 0) {
-    Limb low = limbs_[0];
-    int trailing = 0;
-    while (low % 10 == 0) {
-      low /= 10;
-      ++trailing;
-    }
-    fraction_digits = 9 * static_cast<std::int64_t>(frac_) - trailing;
+    fraction_digits = 9 * static_cast<std::int64_t>(frac_) - trailing_zeros(limbs_[0]);
   }
   std::int64_t integer_digits = 0;
   if (size_ > frac_) {
@@ -1194,14 +1218,8 @@ std::size_t Numeric::writeText(Char* out) const noexcept {
     }
     // The lowest limb, without its trailing zeros: all nine digits go out
     // (the text has room for them) and the end stops before the zeros.
-    Limb low = limbs_[0];
-    int count = 9;
-    while (low % 10 == 0) {
-      low /= 10;
-      --count;
-    }
     write_nine(p, limbs_[0]);
-    p += count;
+    p += 9 - trailing_zeros(limbs_[0]);
   }
   return static_cast<std::size_t>(p - out);
 }
