@@ -692,6 +692,28 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
   return true;
 }
 
+namespace {
+
+// r = a * b for operands of kLimbs limbs (zero-padded), a fixed schoolbook
+// by columns: a column of up to four products stays below 2^64 with its
+// carry, so each column splits once.
+template <int kLimbs>
+[[gnu::always_inline]] inline void multiply_fixed(const std::uint64_t* a, const std::uint64_t* b,
+                                                  Limb (&r)[2 * kLimbs]) noexcept {
+  std::uint64_t carry = 0;
+  for (int k = 0; k < 2 * kLimbs - 1; ++k) {
+    std::uint64_t column = carry;
+    for (int i = 0; i < kLimbs; ++i) {
+      if (k - i >= 0 && k - i < kLimbs) column += a[i] * b[k - i];
+    }
+    r[k] = static_cast<Limb>(column % kBase);
+    carry = column / kBase;
+  }
+  r[2 * kLimbs - 1] = static_cast<Limb>(carry);
+}
+
+}  // namespace
+
 [[gnu::always_inline]] inline bool Numeric::multiplySmall(const Numeric& other) {
   const std::int32_t na = size_;
   const std::int32_t nb = other.size_;
@@ -702,32 +724,20 @@ void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
     a[i] = i < na ? limbs_[i] : 0;
     b[i] = i < nb ? other.limbs_[i] : 0;
   }
-  // A fixed schoolbook by columns: a column of four products stays below
-  // 2^64 with its carry, so each column splits once.
   const std::int64_t frac = static_cast<std::int64_t>(frac_) + other.frac_;
   const int sign = sign_ * other.sign_;
-  if (na <= 2 && nb <= 2) {
+  const int width = std::max(na, nb);
+  if (width <= 2) {
     Limb r[4];
-    std::uint64_t column = a[0] * b[0];
-    r[0] = static_cast<Limb>(column % kBase);
-    column = column / kBase + a[0] * b[1] + a[1] * b[0];
-    r[1] = static_cast<Limb>(column % kBase);
-    column = column / kBase + a[1] * b[1];
-    r[2] = static_cast<Limb>(column % kBase);
-    r[3] = static_cast<Limb>(column / kBase);
+    multiply_fixed<2>(a, b, r);
+    assignSmall(r, frac, sign);
+  } else if (width == 3) {
+    Limb r[6];
+    multiply_fixed<3>(a, b, r);
     assignSmall(r, frac, sign);
   } else {
     Limb r[8];
-    std::uint64_t carry = 0;
-    for (int k = 0; k < 7; ++k) {
-      std::uint64_t column = carry;
-      for (int i = 0; i < 4; ++i) {
-        if (k - i >= 0 && k - i < 4) column += a[i] * b[k - i];
-      }
-      r[k] = static_cast<Limb>(column % kBase);
-      carry = column / kBase;
-    }
-    r[7] = static_cast<Limb>(carry);
+    multiply_fixed<4>(a, b, r);
     assignSmall(r, frac, sign);
   }
   return true;
@@ -751,10 +761,14 @@ void Numeric::addAligned(const Numeric& other, int other_sign) {
   size_ = n;
   if (sign_ == other_sign) {
     Limb carry = 0;
-    for (std::int32_t i = 0; i < n; ++i) {
-      const Limb sum = r[i] + (i < nb ? b[i] : 0) + carry;
+    for (std::int32_t i = 0; i < nb; ++i) {
+      const Limb sum = r[i] + b[i] + carry;
       carry = sum >= kBase ? 1 : 0;
       r[i] = sum - carry * kBase;
+    }
+    for (std::int32_t i = nb; i < n && carry != 0; ++i) {
+      carry = r[i] == kBase - 1 ? 1 : 0;
+      r[i] = carry != 0 ? 0 : r[i] + 1;
     }
     if (carry != 0) {
       reserve(static_cast<std::int64_t>(n) + 1, true);
@@ -762,11 +776,17 @@ void Numeric::addAligned(const Numeric& other, int other_sign) {
       size_ = n + 1;
     }
   } else if (order > 0) {
+    // |this| is the larger, so it has the most limbs and the borrow ends
+    // within them.
     Limb borrow = 0;
-    for (std::int32_t i = 0; i < n; ++i) {
-      const Limb take = (i < nb ? b[i] : 0) + borrow;
+    for (std::int32_t i = 0; i < nb; ++i) {
+      const Limb take = b[i] + borrow;
       borrow = r[i] < take ? 1 : 0;
       r[i] = r[i] + borrow * kBase - take;
+    }
+    for (std::int32_t i = nb; borrow != 0; ++i) {
+      borrow = r[i] == 0 ? 1 : 0;
+      r[i] = borrow != 0 ? kBase - 1 : r[i] - 1;
     }
   } else {
     // |other| is the larger, and with the same places it has the most limbs.
