@@ -283,25 +283,28 @@ void divide_limbs(const Limb* u, std::size_t m, const Limb* v, std::size_t n, Li
       rhat += top;
       if (rhat >= kBase) break;
     }
-    // Each product splits into its own high and low limb, and each limb's
-    // difference with them is taken before the borrows: the only chain from
-    // limb to limb is the borrow itself (0, -1 or -2), counted without a
-    // branch, as its sign is as good as random.
-    std::int64_t borrow = 0;
-    std::int64_t previous_high = 0;
+    // Each product splits into its own high and low limb, so the only chain
+    // from limb to limb is the cheap borrow, not a multiply and a divide.
+    std::int64_t carry_in = 0;  // the previous product's high limb plus the borrow
     for (std::size_t i = 0; i < n; ++i) {
       const std::uint64_t p = qhat * vn[i];
       const std::uint64_t high = p / kBase;
       const std::uint64_t low = p - high * kBase;
-      // Above -2 * 10^9 + 2, so two borrows always suffice.
-      const std::int64_t difference =
-          static_cast<std::int64_t>(un[i + j]) - static_cast<std::int64_t>(low) - previous_high;
-      previous_high = static_cast<std::int64_t>(high);
-      const std::int64_t t = difference + borrow;
-      borrow = -((t < 0 ? 1 : 0) + (t < -static_cast<std::int64_t>(kBase) ? 1 : 0));
-      un[i + j] = static_cast<Limb>(t - borrow * kBase);
+      std::int64_t t =
+          static_cast<std::int64_t>(un[i + j]) - static_cast<std::int64_t>(low) - carry_in;
+      std::int64_t borrow = 0;
+      if (t < 0) {
+        t += kBase;
+        ++borrow;
+      }
+      if (t < 0) {
+        t += kBase;
+        ++borrow;
+      }
+      un[i + j] = static_cast<Limb>(t);
+      carry_in = static_cast<std::int64_t>(high) + borrow;
     }
-    const std::int64_t t = static_cast<std::int64_t>(un[j + n]) - previous_high + borrow;
+    const std::int64_t t = static_cast<std::int64_t>(un[j + n]) - carry_in;
     if (t < 0) {
       // The estimate was one too large: add the divisor back once.
       --qhat;
