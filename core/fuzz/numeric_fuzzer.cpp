@@ -47,6 +47,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // What was read goes through the arithmetic without upsetting it.
     core::Numeric sum = a + b;
     if ((sum - b).compare(a) != 0) std::abort();
+    if ((a - b).compare(-(b - a)) != 0) std::abort();
+    const core::Numeric product = a * b;
+    if (product.compare(b * a) != 0 ||
+        product.calculateChecksum(0) != (b * a).calculateChecksum(0)) {
+      std::abort();
+    }
+    check_round_trip(product);
     if (!b.zero()) {
       core::Numeric q = a / b;
       core::Numeric r = a % b;

@@ -97,7 +97,16 @@ class CORE_EXPORT Numeric {
     other.frac_ = 0;
     other.sign_ = 1;
   }
-  Numeric& operator=(const Numeric& other);
+  Numeric& operator=(const Numeric& other) {
+    if (other.size_ > static_cast<std::int32_t>(kInlineLimbs)) return assignLarge(other);
+    // Every buffer holds at least the built-in buffer's limbs; memmove, as
+    // the two are the same on self-assignment.
+    std::memmove(limbs_, other.limbs_, sizeof buffer_);
+    size_ = other.size_;
+    frac_ = other.frac_;
+    sign_ = other.sign_;
+    return *this;
+  }
   Numeric& operator=(Numeric&& other) noexcept;
   ~Numeric() {
     if (limbs_ != buffer_) releaseBuffer();
@@ -144,7 +153,14 @@ class CORE_EXPORT Numeric {
   // -1, 0 or 1.
   int sign() const noexcept { return size_ == 0 ? 0 : sign_; }
   // -1, 0 or 1 as this is less than, equal to or greater than `other`.
-  int compare(const Numeric& other) const noexcept;
+  int compare(const Numeric& other) const noexcept {
+    const int a = sign();
+    const int b = other.sign();
+    if (a != b) return a < b ? -1 : 1;
+    if (a == 0) return 0;
+    const int order = compareMagnitude(other);
+    return a > 0 ? order : -order;
+  }
   // True when the number is zero.
   bool zero() const noexcept { return size_ == 0; }
 
@@ -293,10 +309,25 @@ class CORE_EXPORT Numeric {
   // Room for `count` limbs; the old limbs are lost unless `keep`.
   Limb* reserve(std::int64_t count, bool keep);
   void normalizeInPlace() noexcept;
+  // |this| against |other|: -1, 0 or 1. REQUIRES: both non-zero.
+  int compareMagnitude(const Numeric& other) const noexcept;
   void addSigned(const Numeric& other, int other_sign);
-  // The sum when both operands lie within two limb places; false, with
-  // nothing changed, for any other operands.
-  bool addNear(const Numeric& other, int other_sign) noexcept;
+  // The sum of two operands with the same fraction-limb count, in this
+  // number's own buffer. REQUIRES: the highest limb place plus one stays in
+  // range.
+  void addAligned(const Numeric& other, int other_sign);
+  // The sum when both operands have at most four limbs and lie within four
+  // limb places together; false, with nothing changed, for any others.
+  bool addSmall(const Numeric& other, int other_sign);
+  // The product when both operands have at most four limbs; false, with
+  // nothing changed, for larger ones.
+  bool multiplySmall(const Numeric& other);
+  // Replaces the value by r[0..kCount) (kCount <= 8) with `frac` fraction
+  // limbs and `sign`, normalised. REQUIRES: some limb non-zero. Throws
+  // Overflow as assign() does.
+  template <int kCount>
+  void assignSmall(const Limb (&r)[kCount], std::int64_t frac, int sign);
+  Numeric& assignLarge(const Numeric& other);
   bool integerMagnitude(unsigned long long& out) const noexcept;
   void releaseBuffer() noexcept;
   // The out-of-line halves of the copy and move constructors.

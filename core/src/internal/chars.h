@@ -1,6 +1,7 @@
 // Character classes of UTF-16 code units shared by the parsers: ASCII
-// hexadecimal digits, white space as ICU's u_isspace() has it, and the
-// decimal digits of an integer.
+// hexadecimal digits, white space as ICU's u_isspace() has it; and the
+// decimal digit writers of integers and of nine-digit groups, for 8- and
+// 16-bit text.
 //
 //   const std::u16string_view word = detail::trim_white_space(text);
 //   const int digit = detail::hex_digit_value(word[0]);  // -1: not a hex digit
@@ -48,13 +49,52 @@ inline std::u16string_view trim_white_space(std::u16string_view text) noexcept {
 // Room for the decimal digits of any 64-bit magnitude.
 inline constexpr std::size_t kMaxDecimalDigits = 20;
 
+// "00", "01", ... "99": two digits for one division by 100 instead of two
+// by 10.
+inline constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// Writes the two digits of `pair` (0 to 99) at `out`.
+template <class Char>
+inline void write_digit_pair(Char* out, std::uint32_t pair) noexcept {
+  const char* digits = kDigitPairs + std::size_t{2} * pair;
+  out[0] = static_cast<Char>(digits[0]);
+  out[1] = static_cast<Char>(digits[1]);
+}
+
+// Writes exactly nine digits of `value` (below 10^9), leading zeros
+// included, and returns the end. The four pairs split independently, so the
+// digits do not wait on one another.
+template <class Char>
+inline Char* write_nine_digits(Char* out, std::uint32_t value) noexcept {
+  out[0] = static_cast<Char>('0' + value / 100000000);
+  const std::uint32_t low = value % 100000000;
+  const std::uint32_t high_half = low / 10000;
+  const std::uint32_t low_half = low % 10000;
+  write_digit_pair(out + 1, high_half / 100);
+  write_digit_pair(out + 3, high_half % 100);
+  write_digit_pair(out + 5, low_half / 100);
+  write_digit_pair(out + 7, low_half % 100);
+  return out + 9;
+}
+
 // Writes the decimal digits of `value` so that they end just before `end`
 // and returns where they begin. REQUIRES: kMaxDecimalDigits units of room.
-inline char16_t* write_decimal_backwards(std::uint64_t value, char16_t* end) noexcept {
-  do {
-    *--end = static_cast<char16_t>(u'0' + value % 10);
-    value /= 10;
-  } while (value != 0);
+template <class Char>
+inline Char* write_decimal_backwards(std::uint64_t value, Char* end) noexcept {
+  while (value >= 100) {
+    end -= 2;
+    write_digit_pair(end, static_cast<std::uint32_t>(value % 100));
+    value /= 100;
+  }
+  if (value >= 10) {
+    end -= 2;
+    write_digit_pair(end, static_cast<std::uint32_t>(value));
+  } else {
+    *--end = static_cast<Char>('0' + value);
+  }
   return end;
 }
 

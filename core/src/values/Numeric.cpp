@@ -2,6 +2,7 @@
 #include "core/numeric.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -14,6 +15,7 @@
 
 #include "core/exception_classes.h"
 #include "core/thread.h"
+#include "internal/chars.h"
 #include "internal/throw.h"
 #include "rivet/heap.h"
 
@@ -162,6 +164,88 @@ Limb multiply_small(const Limb* src, std::size_t count, std::uint64_t factor, Li
   return static_cast<Limb>(carry);
 }
 
+__extension__ using Uint128 = unsigned __int128;
+__extension__ using Int128 = __int128;
+
+// An approximation of `x` (< 2^120) good to a few units in the last place.
+double approximate(Uint128 x) noexcept {
+  constexpr double kTwoTo60 = 1152921504606846976.0;
+  const auto high = static_cast<std::int64_t>(x >> 60);
+  const auto low = static_cast<std::int64_t>(static_cast<std::uint64_t>(x) & ((1ull << 60) - 1));
+  return static_cast<double>(high) * kTwoTo60 + static_cast<double>(low);
+}
+
+// The quotient limbs q[0..m - n] of U / v[0..n) for a divisor of at most four
+// limbs, where U is a[0..count) shifted up by `zeros` zero limbs (m = count +
+// zeros, m >= n, v[n-1] != 0). The remainder is dropped.
+//
+// The running remainder stays below the divisor (< 10^36 < 2^120), so one
+// step of the long division is a 128-bit multiply-subtract: the quotient limb
+// is estimated in double precision (off by at most one, as it stays below
+// 2^30) and the 128-bit remainder, exact modulo 2^128 and within one divisor
+// of [0, d), says which way to correct it.
+void divide_short(const Limb* a, std::size_t count, std::size_t zeros, const Limb* v, std::size_t n,
+                  Limb* q) noexcept {
+  const std::size_t m = count + zeros;
+  const auto dividend = [a, zeros](std::size_t i) -> Limb { return i >= zeros ? a[i - zeros] : 0; };
+  if (n == 1) {
+    const Reciprocal d(v[0]);
+    std::uint64_t r = 0;
+    for (std::size_t i = m; i-- > 0;) {
+      std::uint64_t quotient = 0;
+      d.divide(r * kBase + dividend(i), quotient, r);
+      q[i] = static_cast<Limb>(quotient);
+    }
+    return;
+  }
+  Uint128 d = 0;
+  for (std::size_t i = n; i-- > 0;) d = d * kBase + v[i];
+  const double inverse = 1.0 / approximate(d);
+  // The top n - 1 limbs lie below the divisor: their quotient limbs are 0.
+  Uint128 r = 0;
+  for (std::size_t i = m; i-- > m - n + 1;) r = r * kBase + dividend(i);
+  for (std::size_t j = m - n + 1; j-- > 0;) {
+    const Limb u = dividend(j);
+    auto qhat = static_cast<std::int64_t>((approximate(r) * kBase + u) * inverse);
+    auto rest = static_cast<Int128>(r * kBase + u - static_cast<Uint128>(qhat) * d);
+    if (rest < 0) {
+      --qhat;
+      rest += static_cast<Int128>(d);
+    } else if (rest >= static_cast<Int128>(d)) {
+      ++qhat;
+      rest -= static_cast<Int128>(d);
+    }
+    q[j] = static_cast<Limb>(qhat);
+    r = static_cast<Uint128>(rest);
+  }
+}
+
+// r[0..na + nb) = a[0..na) * b[0..nb), column by column: each column sums its
+// products in 64 bits (16 of them stay below 2^64 with the carry) and splits
+// once, so the chain from column to column is one split, not one per product.
+void multiply_limbs(const Limb* a, std::size_t na, const Limb* b, std::size_t nb,
+                    Limb* r) noexcept {
+  constexpr std::size_t kRun = 16;
+  std::uint64_t carry = 0;
+  for (std::size_t k = 0; k + 1 < na + nb; ++k) {
+    const std::size_t end = std::min(k + 1, na);
+    std::size_t i = k >= nb ? k - nb + 1 : 0;
+    std::uint64_t column = carry;
+    std::uint64_t high = 0;
+    while (i < end) {
+      const std::size_t stop = std::min(end, i + kRun);
+      for (; i < stop; ++i) column += static_cast<std::uint64_t>(a[i]) * b[k - i];
+      if (i < end) {
+        high += column / kBase;
+        column %= kBase;
+      }
+    }
+    r[k] = static_cast<Limb>(column % kBase);
+    carry = column / kBase + high;
+  }
+  r[na + nb - 1] = static_cast<Limb>(carry);
+}
+
 // Long division of u[0..m) by v[0..n) in base 10^9, m >= n, v[n-1] != 0.
 // Writes the m - n + 1 quotient limbs to q and, when rem is not null, the n
 // remainder limbs to rem. `work` needs m + 1 + n limbs.
@@ -248,26 +332,53 @@ void divide_limbs(const Limb* u, std::size_t m, const Limb* v, std::size_t n, Li
 
 int digit_count(Limb limb) noexcept {
   int count = 1;
-  while (count < 9 && limb >= kPow10[count]) ++count;
+  for (int i = 1; i < 9; ++i) count += limb >= kPow10[i] ? 1 : 0;
   return count;
+}
+
+// The decimal zeros at the low end of a non-zero limb (0 to 8), found by
+// halving the width instead of one digit at a time.
+int trailing_zeros(Limb limb) noexcept {
+  if (limb % 100000000 == 0) return 8;
+  int count = 0;
+  if (limb % 10000 == 0) {
+    limb /= 10000;
+    count += 4;
+  }
+  if (limb % 100 == 0) {
+    limb /= 100;
+    count += 2;
+  }
+  return limb % 10 == 0 ? count + 1 : count;
+}
+
+// The value of `count` (at most nine) ASCII digits. A whole group is summed
+// as a tree of pairs, so its digits do not wait on one another.
+template <class Char>
+Limb read_digits(const Char* text, std::int64_t count) noexcept {
+  const auto digit = [text](int i) { return static_cast<Limb>(text[i] - '0'); };
+  if (count == 9) {
+    const Limb high = (digit(0) * 10 + digit(1)) * 100 + (digit(2) * 10 + digit(3));
+    const Limb low = (digit(4) * 10 + digit(5)) * 100 + (digit(6) * 10 + digit(7));
+    return (high * 10000 + low) * 10 + digit(8);
+  }
+  Limb limb = 0;
+  for (int i = 0; i < count; ++i) limb = limb * 10 + digit(i);
+  return limb;
 }
 
 template <class Char>
 Char* write_nine(Char* out, Limb limb) noexcept {
-  for (int i = 8; i >= 0; --i) {
-    out[i] = static_cast<Char>('0' + limb % 10);
-    limb /= 10;
-  }
-  return out + 9;
+  return detail::write_nine_digits(out, limb);
 }
 
+// The lowest `count` digits of `limb`, leading zeros included.
 template <class Char>
 Char* write_digits(Char* out, Limb limb, int count) noexcept {
-  for (int i = count - 1; i >= 0; --i) {
-    out[i] = static_cast<Char>('0' + limb % 10);
-    limb /= 10;
-  }
-  return out + count;
+  Char* const end = out + count;
+  Char* first = detail::write_decimal_backwards(limb, end);
+  while (first > out) *--first = '0';
+  return end;
 }
 
 constexpr std::uint32_t make_crc_entry(std::uint32_t c) {
@@ -359,7 +470,7 @@ void Numeric::takeBuffer(Numeric& other) noexcept {
   other.capacity_ = kInlineLimbs;
 }
 
-Numeric& Numeric::operator=(const Numeric& other) {
+Numeric& Numeric::assignLarge(const Numeric& other) {
   if (this != &other) {
     reserve(other.size_, false);
     std::memcpy(limbs_, other.limbs_, other.size_ * sizeof(Limb));
@@ -473,58 +584,238 @@ void Numeric::normalizeInPlace() noexcept {
 // ---------------------------------------------------------------------------
 // Arithmetic
 
-bool Numeric::addNear(const Numeric& other, int other_sign) noexcept {
-  // Operands whose limbs all lie within two places of each other: aligned,
-  // each is below 10^18, so their sum or difference fits in 64 bits. This is
-  // the case of everyday amounts.
-  const std::int64_t low = std::min(-frac_, -other.frac_);
+// Inlined: the call would cost about what the work does. The limbs stay in
+// registers and are moved down past the zero ones by shifting: storing them
+// one by one and reloading them at a variable offset would stall on store
+// forwarding.
+template <int kCount>
+[[gnu::always_inline]] inline void Numeric::assignSmall(const Limb (&r)[kCount], std::int64_t frac,
+                                                        int sign) {
+  static_assert(kCount <= 8);
+  unsigned present = 0;
+  Uint128 low = 0;
+  Uint128 high = 0;
+  for (int i = 0; i < kCount; ++i) {
+    present |= static_cast<unsigned>(r[i] != 0) << i;
+    (i < 4 ? low : high) |= static_cast<Uint128>(r[i]) << (32 * (i % 4));
+  }
+  const int first = std::countr_zero(present);
+  const int size = std::bit_width(present) - first;
+  const std::int64_t new_frac = frac - first;
+  if (new_frac > kMaxScale || size - new_frac > kMaxScale) {
+    throw_numeric(NumericException::Code::Overflow);
+  }
+  if (first >= 4) {
+    low = high >> (32 * (first - 4));
+    high = 0;
+  } else if (first > 0) {
+    low = (low >> (32 * first)) | (high << (128 - 32 * first));
+    high >>= 32 * first;
+  }
+  Limb* dst = limbs_;
+  if (size > static_cast<int>(kInlineLimbs)) {
+    dst = reserve(size, false);
+    for (int i = 4; i < size; ++i) dst[i] = static_cast<Limb>(high >> (32 * (i - 4)));
+  }
+  // Four limbs are always written: every buffer holds at least four, and the
+  // ones past the size are never read.
+  std::memcpy(dst, &low, sizeof low);
+  size_ = size;
+  frac_ = static_cast<std::int32_t>(new_frac);
+  sign_ = static_cast<signed char>(sign);
+}
+
+namespace {
+
+constexpr std::uint64_t kBaseSquared = std::uint64_t{kBase} * kBase;
+
+// The limbs placed `shift` limb places up in a window of four places, as two
+// words of base 10^18 (places 0-1 and 2-3). REQUIRES: shift + count <= 4.
+void pack_pair(const Limb* limbs, int count, int shift, std::uint64_t& low,
+               std::uint64_t& high) noexcept {
+  const auto place = [=](int p) -> std::uint64_t {
+    const auto i = static_cast<unsigned>(p - shift);
+    return i < static_cast<unsigned>(count) ? limbs[i] : 0;
+  };
+  low = place(0) + place(1) * kBase;
+  high = place(2) + place(3) * kBase;
+}
+
+}  // namespace
+
+[[gnu::always_inline]] inline bool Numeric::addSmall(const Numeric& other, int other_sign) {
+  // Aligned on the lower of the two lowest places, both fit a window of four
+  // limb places, which two 64-bit words of base 10^18 hold: the sum or
+  // difference is then a two-word operation, whatever the operands' places.
+  const std::int64_t low =
+      std::min(-static_cast<std::int64_t>(frac_), -static_cast<std::int64_t>(other.frac_));
   const std::int64_t high = std::max(size_ - 1 - static_cast<std::int64_t>(frac_),
                                      other.size_ - 1 - static_cast<std::int64_t>(other.frac_));
-  if (high - low > 1 || -low >= kMaxScale || high + 2 >= kMaxScale) return false;
-  const auto aligned = [low](const Numeric& n) {
-    std::uint64_t value = n.limbs_[n.size_ - 1];
-    if (n.size_ == 2) value = value * kBase + n.limbs_[0];
-    return -n.frac_ > low ? value * kBase : value;
-  };
-  const std::uint64_t a = aligned(*this);
-  const std::uint64_t b = aligned(other);
-  std::uint64_t result;
+  if (high - low > 3) return false;
+  std::uint64_t a_low = 0;
+  std::uint64_t a_high = 0;
+  std::uint64_t b_low = 0;
+  std::uint64_t b_high = 0;
+  pack_pair(limbs_, size_, static_cast<int>(-frac_ - low), a_low, a_high);
+  pack_pair(other.limbs_, other.size_, static_cast<int>(-other.frac_ - low), b_low, b_high);
   int result_sign = sign_;
+  std::uint64_t r_low = 0;
+  std::uint64_t r_high = 0;
   if (sign_ == other_sign) {
-    result = a + b;
-  } else if (a >= b) {
-    result = a - b;
+    r_low = a_low + b_low;
+    r_high = a_high + b_high;
+    if (r_low >= kBaseSquared) {
+      r_low -= kBaseSquared;
+      ++r_high;
+    }
   } else {
-    result = b - a;
-    result_sign = other_sign;
+    if (a_high < b_high || (a_high == b_high && a_low < b_low)) {
+      std::swap(a_low, b_low);
+      std::swap(a_high, b_high);
+      result_sign = other_sign;
+    }
+    r_high = a_high - b_high;
+    if (a_low < b_low) {
+      r_low = a_low + kBaseSquared - b_low;
+      --r_high;
+    } else {
+      r_low = a_low - b_low;
+    }
+    if ((r_low | r_high) == 0) {
+      setZero();
+      return true;
+    }
   }
-  if (result == 0) {
-    setZero();
-    return true;
-  }
-  const Limb places[3] = {static_cast<Limb>(result % kBase),
-                          static_cast<Limb>(result / kBase % kBase),
-                          static_cast<Limb>(result / kBase / kBase)};
-  int first = 0;
-  while (places[first] == 0) ++first;
-  int last = 2;
-  while (places[last] == 0) --last;
-  // Every buffer holds at least kInlineLimbs (4) limbs.
-  for (int i = first; i <= last; ++i) limbs_[i - first] = places[i];
-  size_ = last - first + 1;
-  frac_ = static_cast<std::int32_t>(-(low + first));
-  sign_ = static_cast<signed char>(result_sign);
+  // A carry out of the window lands in a fifth place.
+  const std::uint64_t top = r_high / kBase;
+  const Limb r[5] = {static_cast<Limb>(r_low % kBase), static_cast<Limb>(r_low / kBase),
+                     static_cast<Limb>(r_high % kBase), static_cast<Limb>(top % kBase),
+                     static_cast<Limb>(top / kBase)};
+  assignSmall(r, -low, result_sign);
   return true;
 }
 
-void Numeric::addSigned(const Numeric& other, int other_sign) {
+namespace {
+
+// r = a * b for operands of kLimbs limbs (zero-padded), a fixed schoolbook
+// by columns: a column of up to four products stays below 2^64 with its
+// carry, so each column splits once.
+template <int kLimbs>
+[[gnu::always_inline]] inline void multiply_fixed(const std::uint64_t* a, const std::uint64_t* b,
+                                                  Limb (&r)[2 * kLimbs]) noexcept {
+  std::uint64_t carry = 0;
+  for (int k = 0; k < 2 * kLimbs - 1; ++k) {
+    std::uint64_t column = carry;
+    for (int i = 0; i < kLimbs; ++i) {
+      if (k - i >= 0 && k - i < kLimbs) column += a[i] * b[k - i];
+    }
+    r[k] = static_cast<Limb>(column % kBase);
+    carry = column / kBase;
+  }
+  r[2 * kLimbs - 1] = static_cast<Limb>(carry);
+}
+
+}  // namespace
+
+[[gnu::always_inline]] inline bool Numeric::multiplySmall(const Numeric& other) {
+  const std::int32_t na = size_;
+  const std::int32_t nb = other.size_;
+  if (na > 4 || nb > 4) return false;
+  std::uint64_t a[4];
+  std::uint64_t b[4];
+  for (int i = 0; i < 4; ++i) {
+    a[i] = i < na ? limbs_[i] : 0;
+    b[i] = i < nb ? other.limbs_[i] : 0;
+  }
+  const std::int64_t frac = static_cast<std::int64_t>(frac_) + other.frac_;
+  const int sign = sign_ * other.sign_;
+  const int width = std::max(na, nb);
+  if (width <= 2) {
+    Limb r[4];
+    multiply_fixed<2>(a, b, r);
+    assignSmall(r, frac, sign);
+  } else if (width == 3) {
+    Limb r[6];
+    multiply_fixed<3>(a, b, r);
+    assignSmall(r, frac, sign);
+  } else {
+    Limb r[8];
+    multiply_fixed<4>(a, b, r);
+    assignSmall(r, frac, sign);
+  }
+  return true;
+}
+
+void Numeric::addAligned(const Numeric& other, int other_sign) {
+  const std::int32_t n = std::max(size_, other.size_);
+  int order = 1;
+  if (sign_ != other_sign) {
+    order = compareMagnitude(other);
+    if (order == 0) {
+      setZero();
+      return;
+    }
+  }
+  reserve(n, true);
+  Limb* r = limbs_;
+  const Limb* b = other.limbs_;
+  const std::int32_t nb = other.size_;
+  for (std::int32_t i = size_; i < n; ++i) r[i] = 0;
+  size_ = n;
+  if (sign_ == other_sign) {
+    Limb carry = 0;
+    for (std::int32_t i = 0; i < nb; ++i) {
+      const Limb sum = r[i] + b[i] + carry;
+      carry = sum >= kBase ? 1 : 0;
+      r[i] = sum - carry * kBase;
+    }
+    for (std::int32_t i = nb; i < n && carry != 0; ++i) {
+      carry = r[i] == kBase - 1 ? 1 : 0;
+      r[i] = carry != 0 ? 0 : r[i] + 1;
+    }
+    if (carry != 0) {
+      reserve(static_cast<std::int64_t>(n) + 1, true);
+      limbs_[n] = 1;
+      size_ = n + 1;
+    }
+  } else if (order > 0) {
+    // |this| is the larger, so it has the most limbs and the borrow ends
+    // within them.
+    Limb borrow = 0;
+    for (std::int32_t i = 0; i < nb; ++i) {
+      const Limb take = b[i] + borrow;
+      borrow = r[i] < take ? 1 : 0;
+      r[i] = r[i] + borrow * kBase - take;
+    }
+    for (std::int32_t i = nb; borrow != 0; ++i) {
+      borrow = r[i] == 0 ? 1 : 0;
+      r[i] = borrow != 0 ? kBase - 1 : r[i] - 1;
+    }
+  } else {
+    // |other| is the larger, and with the same places it has the most limbs.
+    Limb borrow = 0;
+    for (std::int32_t i = 0; i < n; ++i) {
+      const Limb take = r[i] + borrow;
+      borrow = b[i] < take ? 1 : 0;
+      r[i] = b[i] + borrow * kBase - take;
+    }
+    sign_ = static_cast<signed char>(other_sign);
+  }
+  normalizeInPlace();
+}
+
+[[gnu::always_inline]] inline void Numeric::addSigned(const Numeric& other, int other_sign) {
   if (other.size_ == 0) return;
   if (size_ == 0) {
     *this = other;
     sign_ = static_cast<signed char>(other_sign);
     return;
   }
-  if (size_ <= 2 && other.size_ <= 2 && addNear(other, other_sign)) return;
+  if (size_ <= 4 && other.size_ <= 4 && addSmall(other, other_sign)) return;
+  if (frac_ == other.frac_ && std::max(size_, other.size_) - frac_ < kMaxScale) {
+    addAligned(other, other_sign);
+    return;
+  }
   const Magnitude a{limbs_, size_, frac_};
   const Magnitude b{other.limbs_, other.size_, other.frac_};
   const std::int64_t low = std::min(a.low(), b.low());
@@ -567,23 +858,12 @@ Numeric& Numeric::operator*=(const Numeric& other) {
     setZero();
     return *this;
   }
-  const std::int64_t na = size_;
-  const std::int64_t nb = other.size_;
-  const std::int64_t width = na + nb;
+  if (multiplySmall(other)) return *this;
+  const std::int64_t width = static_cast<std::int64_t>(size_) + other.size_;
   Scratch<kSmallScratch> scratch(static_cast<std::size_t>(width));
   Limb* r = scratch.get();
-  std::memset(r, 0, static_cast<std::size_t>(width) * sizeof(Limb));
-  for (std::int64_t i = 0; i < na; ++i) {
-    const std::uint64_t x = limbs_[i];
-    if (x == 0) continue;
-    std::uint64_t carry = 0;
-    for (std::int64_t j = 0; j < nb; ++j) {
-      const std::uint64_t t = r[i + j] + x * other.limbs_[j] + carry;
-      r[i + j] = static_cast<Limb>(t % kBase);
-      carry = t / kBase;
-    }
-    r[i + nb] = static_cast<Limb>(carry);
-  }
+  multiply_limbs(limbs_, static_cast<std::size_t>(size_), other.limbs_,
+                 static_cast<std::size_t>(other.size_), r);
   assign(r, width, static_cast<std::int64_t>(frac_) + other.frac_, sign_ * other.sign_);
   return *this;
 }
@@ -602,13 +882,20 @@ Numeric& Numeric::operator/=(const Numeric& divisor) {
   const std::size_t low = n + 3 + static_cast<std::size_t>(pad);
   const std::size_t m = low + static_cast<std::size_t>(size_);
   const std::size_t q_count = m - n + 1;
-  Scratch<kDivisionScratch> scratch(m + (q_count + 1) + (m + 1 + n));
-  Limb* u = scratch.get();
-  Limb* q = u + m;
-  Limb* work = q + q_count + 1;
-  std::memset(u, 0, low * sizeof(Limb));
-  std::memcpy(u + low, limbs_, size_ * sizeof(Limb));
-  divide_limbs(u, m, divisor.limbs_, n, q, nullptr, work);
+  // A short divisor streams the dividend; a long one needs it and a working
+  // copy laid out.
+  const bool short_divisor = n <= 4;
+  Scratch<kDivisionScratch> scratch(short_divisor ? q_count + 1 : m + (q_count + 1) + (m + 1 + n));
+  Limb* q = scratch.get();
+  if (short_divisor) {
+    divide_short(limbs_, static_cast<std::size_t>(size_), low, divisor.limbs_, n, q);
+  } else {
+    Limb* u = scratch.get();
+    q = u + m;
+    std::memset(u, 0, low * sizeof(Limb));
+    std::memcpy(u + low, limbs_, size_ * sizeof(Limb));
+    divide_limbs(u, m, divisor.limbs_, n, q, nullptr, q + q_count + 1);
+  }
   q[q_count] = 0;
   const bool up = q[0] >= kHalfBase;
   Limb* quotient = q + 1;
@@ -721,14 +1008,9 @@ Numeric& Numeric::pow(const Numeric& exponent) {
 // ---------------------------------------------------------------------------
 // Comparison and rounding
 
-int Numeric::compare(const Numeric& other) const noexcept {
-  const int a = sign();
-  const int b = other.sign();
-  if (a != b) return a < b ? -1 : 1;
-  if (a == 0) return 0;
-  const int order = compare_magnitudes(Magnitude{limbs_, size_, frac_},
-                                       Magnitude{other.limbs_, other.size_, other.frac_});
-  return a > 0 ? order : -order;
+int Numeric::compareMagnitude(const Numeric& other) const noexcept {
+  return compare_magnitudes(Magnitude{limbs_, size_, frac_},
+                            Magnitude{other.limbs_, other.size_, other.frac_});
 }
 
 Numeric& Numeric::round(int digits, NumericRoundMode mode) {
@@ -798,13 +1080,7 @@ void Numeric::lengthAndPrecision(unsigned& length, unsigned& precision) const no
   }
   std::int64_t fraction_digits = 0;
   if (frac_ > 0) {
-    Limb low = limbs_[0];
-    int trailing = 0;
-    while (low % 10 == 0) {
-      low /= 10;
-      ++trailing;
-    }
-    fraction_digits = 9 * static_cast<std::int64_t>(frac_) - trailing;
+    fraction_digits = 9 * static_cast<std::int64_t>(frac_) - trailing_zeros(limbs_[0]);
   }
   std::int64_t integer_digits = 0;
   if (size_ > frac_) {
@@ -960,14 +1236,10 @@ std::size_t Numeric::writeText(Char* out) const noexcept {
       const std::int64_t i = pos + frac_;
       p = write_nine(p, i < size_ ? limbs_[i] : 0);
     }
-    // The lowest limb, without its trailing zeros.
-    Limb low = limbs_[0];
-    int count = 9;
-    while (low % 10 == 0) {
-      low /= 10;
-      --count;
-    }
-    p = write_digits(p, low, count);
+    // The lowest limb, without its trailing zeros: all nine digits go out
+    // (the text has room for them) and the end stops before the zeros.
+    write_nine(p, limbs_[0]);
+    p += 9 - trailing_zeros(limbs_[0]);
   }
   return static_cast<std::size_t>(p - out);
 }
@@ -1064,17 +1336,14 @@ void Numeric::parse(const Char* text, const Char** end) {
   for (std::int64_t k = 0; k < int_limbs; ++k) {
     const std::int64_t stop = int_digits - 9 * k;
     const std::int64_t start = std::max<std::int64_t>(stop - 9, 0);
-    Limb limb = 0;
-    for (std::int64_t i = start; i < stop; ++i) limb = limb * 10 + (int_begin[i] - '0');
-    limbs[frac_limbs + k] = limb;
+    limbs[frac_limbs + k] = read_digits(int_begin + start, stop - start);
   }
   // Fraction limbs from the point rightward, the last one padded with zeros.
   for (std::int64_t k = 0; k < frac_limbs; ++k) {
     const std::int64_t start = 9 * k;
     const std::int64_t stop = std::min<std::int64_t>(start + 9, frac_digits);
-    Limb limb = 0;
-    for (std::int64_t i = start; i < stop; ++i) limb = limb * 10 + (frac_begin[i] - '0');
-    limbs[frac_limbs - 1 - k] = limb * kPow10[9 - (stop - start)];
+    limbs[frac_limbs - 1 - k] =
+        read_digits(frac_begin + start, stop - start) * kPow10[9 - (stop - start)];
   }
   assign(limbs, count, frac_limbs, negative ? -1 : 1);
 }

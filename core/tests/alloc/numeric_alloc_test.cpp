@@ -47,6 +47,12 @@ TEST(NumericAllocations, ThirtySixDigitsNeverAllocate) {
               Numeric quotient = read("123456789012345678");
               quotient /= read("987654321.123456789");  // 27 fraction digits, 36 in all
               quotient.round(2, NumericRoundMode::HalfAwayFromZero);
+              // Three- and four-limb operands: the fixed 4x4 product and the
+              // division by a four-limb divisor.
+              Numeric wide = read("1.000000000000000001");
+              wide *= read("1.000000001");  // four limbs of 1
+              Numeric inverse = read("1");
+              inverse /= read("0.123456789123456789123456789123456789");
               Numeric remainder = read("123456789012345678");
               remainder %= read("-0.05");
               Numeric from_double(1234.5678);

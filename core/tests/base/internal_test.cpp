@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <functional>
+#include <iterator>
 #include <new>
 #include <random>
 #include <string>
@@ -108,6 +109,43 @@ TEST(Chars, TrimRemovesWhiteSpaceAtBothEndsOnly) {
   };
   for (const auto& c : kCases) {
     EXPECT_EQ(detail::trim_white_space(c.text), c.trimmed);
+  }
+}
+
+// Every place where a digit pair or a single leading digit ends the number.
+TEST(Chars, DecimalWritersAtEveryLengthBoundary) {
+  const struct {
+    std::uint64_t value;
+    std::string_view text;
+  } kCases[] = {
+      {0, "0"},
+      {7, "7"},
+      {10, "10"},
+      {99, "99"},
+      {100, "100"},
+      {1009, "1009"},
+      {99999, "99999"},
+      {1000000000, "1000000000"},
+      {18446744073709551615ull, "18446744073709551615"},
+  };
+  for (const auto& c : kCases) {
+    char narrow[detail::kMaxDecimalDigits];
+    char16_t wide[detail::kMaxDecimalDigits];
+    const char* first = detail::write_decimal_backwards(c.value, narrow + std::size(narrow));
+    EXPECT_EQ(std::string_view(first, narrow + std::size(narrow) - first), c.text);
+    const char16_t* wide_first = detail::write_decimal_backwards(c.value, wide + std::size(wide));
+    const auto wide_count = static_cast<std::size_t>(wide + std::size(wide) - wide_first);
+    EXPECT_EQ(std::u16string(wide_first, wide_count), std::u16string(c.text.begin(), c.text.end()));
+  }
+  const struct {
+    std::uint32_t value;
+    std::string_view text;
+  } kNines[] = {
+      {0, "000000000"}, {5, "000000005"}, {120034005, "120034005"}, {999999999, "999999999"}};
+  for (const auto& c : kNines) {
+    char out[9];
+    EXPECT_EQ(detail::write_nine_digits(out, c.value), out + 9);
+    EXPECT_EQ(std::string_view(out, 9), c.text);
   }
 }
 

@@ -287,8 +287,7 @@ TEST(NumericDifferential, AddSubtractMultiplyCompareSmall) {
   check_add_subtract_multiply_compare(gen);
 }
 
-TEST(NumericDifferential, DivisionByTheRule) {
-  Generator gen(3);
+void check_division(Generator& gen) {
   for (int i = 0; i < kCases; ++i) {
     const std::string ta = gen.text();
     const std::string tb = gen.nonzero_text();
@@ -305,6 +304,21 @@ TEST(NumericDifferential, DivisionByTheRule) {
     ASSERT_EQ(text_of(a % b), remainder(Exact::parse(ta), Exact::parse(tb)).canonical())
         << ta << " % " << tb;
   }
+}
+
+TEST(NumericDifferential, DivisionByTheRule) {
+  Generator gen(3);
+  check_division(gen);
+}
+
+// Operands of up to four limbs take the paths of their own: add and subtract
+// in two words of base 10^18, the fixed 4x4 product, and division by a
+// divisor of up to four limbs with a 128-bit remainder.
+TEST(NumericDifferential, FourLimbOperands) {
+  Generator arithmetic(6, 4);
+  check_add_subtract_multiply_compare(arithmetic);
+  Generator division(7, 4);
+  check_division(division);
 }
 
 TEST(NumericDifferential, RoundBothModes) {
