@@ -42,6 +42,7 @@ extern const Command kListCommand;
 extern const Command kLocaleCommand;
 extern const Command kMessageCommand;
 extern const Command kParamsCommand;
+extern const Command kUrlCommand;
 extern const Command kValueCommand;
 extern const Command kZonesCommand;
 

@@ -12,7 +12,7 @@ namespace {
 const Command* const kCommands[] = {&kCalcCommand,   &kConvertCommand, &kDateCommand,
                                     &kDetectCommand, &kFormatCommand,  &kListCommand,
                                     &kLocaleCommand, &kMessageCommand, &kParamsCommand,
-                                    &kValueCommand,  &kZonesCommand};
+                                    &kUrlCommand,    &kValueCommand,   &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);
