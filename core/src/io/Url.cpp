@@ -394,8 +394,20 @@ URL URL::fromIDNA() const { return convert_host(*this, false); }
 // --- Percent-coding ----------------------------------------------------------
 
 String URL::escape(std::u16string_view text, std::u16string_view reserved, bool escape_space) {
-  const auto escaped = [reserved, escape_space](char16_t unit) {
-    return unit == u'%' || (escape_space && unit == u' ') || reserved.find(unit) != npos;
+  // ASCII members of the set are looked up in a bitmap; others in `reserved`.
+  std::uint64_t ascii[2] = {std::uint64_t{1} << u'%', 0};
+  if (escape_space) ascii[0] |= std::uint64_t{1} << u' ';
+  bool wide = false;
+  for (const char16_t unit : reserved) {
+    if (unit < 0x80) {
+      ascii[unit >> 6] |= std::uint64_t{1} << (unit & 63);
+    } else {
+      wide = true;
+    }
+  }
+  const auto escaped = [&](char16_t unit) {
+    if (unit < 0x80) return ((ascii[unit >> 6] >> (unit & 63)) & 1) != 0;
+    return wide && reserved.find(unit) != npos;
   };
   std::size_t size = 0;
   for (const char16_t unit : text) {
@@ -406,6 +418,7 @@ String URL::escape(std::u16string_view text, std::u16string_view reserved, bool 
     size += 2;
     for (unsigned rest = unit >> 4; rest != 0; rest >>= 4) ++size;
   }
+  if (size == text.size()) return String(text);
   String out;
   char16_t* at = out.resizeForOverwrite(size);
   for (const char16_t unit : text) {
@@ -416,8 +429,9 @@ String URL::escape(std::u16string_view text, std::u16string_view reserved, bool 
     *at++ = u'%';
     int shift = 12;
     while (shift > 0 && (unit >> shift) == 0) shift -= 4;
-    for (; shift >= 0; shift -= 4)
+    for (; shift >= 0; shift -= 4) {
       *at++ = static_cast<char16_t>("0123456789abcdef"[(unit >> shift) & 15]);
+    }
   }
   return out;
 }

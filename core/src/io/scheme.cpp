@@ -367,7 +367,7 @@ bool SchemeBase::parseScheme(ParseState& state) const {
     state.marks[URL::kScheme] = state.marks[URL::kSchemeColon] = state.pos;
     return true;
   }
-  if (!name_.empty() && compare_nocase(name, name_) != 0) return false;
+  if (!name_.empty() && !detail::equal_nocase_ascii(name, name_)) return false;
   state.pos = skipSpaces(state.text, state.pos);
   state.marks[URL::kScheme] = state.pos;
   state.pos += name.size();
