@@ -41,7 +41,7 @@ void guarded(Step step) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<char16_t> units(size / 2);
-  std::memcpy(units.data(), data, units.size() * 2);
+  if (!units.empty()) std::memcpy(units.data(), data, units.size() * 2);
   const core::String text(units.data(), units.size());
 
   const core::URL url(text, false);

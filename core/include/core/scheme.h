@@ -222,7 +222,7 @@ class CORE_EXPORT SchemeRegistry {
 
  private:
   SchemeRegistry();
-  ~SchemeRegistry();
+  ~SchemeRegistry() = delete;
   struct Table;
   struct State;
   State* state_;

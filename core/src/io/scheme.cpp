@@ -35,15 +35,6 @@ bool is_scheme_unit(char16_t unit) noexcept {
   return u_isalnum(unit) != 0;
 }
 
-// The first position in [from, to) of a unit in `units`, or `to`.
-std::size_t find_any(std::u16string_view text, std::size_t from, std::size_t to,
-                     std::u16string_view units) noexcept {
-  for (std::size_t i = from; i < to; ++i) {
-    if (units.find(text[i]) != npos) return i;
-  }
-  return to;
-}
-
 std::size_t find_unit(std::u16string_view text, std::size_t from, std::size_t to,
                       char16_t unit) noexcept {
   for (std::size_t i = from; i < to; ++i) {
@@ -421,7 +412,8 @@ bool SchemeBase::parseAuthority(ParseState& state) const {
     after_host = close + 1;
   } else {
     m[URL::kHost] = host;
-    after_host = find_any(text, host, end, u":@");
+    after_host = host;
+    while (after_host < end && text[after_host] != u':' && text[after_host] != u'@') ++after_host;
     m[URL::kCloseBracket] = after_host;
   }
   m[URL::kPortColon] = after_host;
@@ -440,7 +432,8 @@ bool SchemeBase::parsePath(ParseState& state) const {
   const std::u16string_view text = state.text;
   URL::Marks& m = state.marks;
   const std::size_t start = state.pos;
-  const std::size_t end = find_any(text, start, text.size(), u"?;#");
+  std::size_t end = start;
+  while (end < text.size() && text[end] != u'?' && text[end] != u';' && text[end] != u'#') ++end;
   m[URL::kDirectory] = start;
   std::size_t name = start;
   for (std::size_t i = end; i > start; --i) {
