@@ -5,6 +5,7 @@
 #include <unicode/uchar.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -26,6 +27,28 @@ constexpr std::u16string_view kFullReservedSet = u"/\\;?*:@&=[]#";
 constexpr std::size_t npos = std::u16string_view::npos;
 // A mark no parse step has set yet.
 constexpr std::uint64_t kUnset = ~std::uint64_t{0};
+
+// Classes of ASCII units for the scans of the parser.
+enum : std::uint8_t {
+  kForbidden = 1,      // no authority may hold it
+  kEndsAuthority = 2,  // a separator, "?", ";" or "#"
+  kEndsPath = 4,       // "?", ";" or "#"
+};
+
+constexpr std::array<std::uint8_t, 128> kUnitClass = [] {
+  std::array<std::uint8_t, 128> table{};
+  for (int unit = 0; unit <= 0x20; ++unit) table[unit] = kForbidden;
+  table[0x7F] = kForbidden;
+  for (const unsigned char unit : {'"', '<', '>', '^', '`', '{', '|', '}'})
+    table[unit] = kForbidden;
+  for (const unsigned char unit : {'/', '\\'}) table[unit] = kEndsAuthority;
+  for (const unsigned char unit : {'?', ';', '#'}) table[unit] = kEndsAuthority | kEndsPath;
+  return table;
+}();
+
+bool has_class(char16_t unit, std::uint8_t classes) noexcept {
+  return unit < 0x80 && (kUnitClass[unit] & classes) != 0;
+}
 
 bool is_scheme_unit(char16_t unit) noexcept {
   if (unit < 0x80) {
@@ -255,8 +278,7 @@ SchemeBase::SchemeBase(String name, bool flag_chooses_set, String default_port)
       default_port_(std::move(default_port)) {}
 
 bool SchemeBase::isForbiddenInAuthority(char16_t unit) noexcept {
-  if (unit <= 0x20 || unit == 0x7F) return true;
-  return std::u16string_view(u"\"<>^`{|}").find(unit) != npos;
+  return has_class(unit, kForbidden);
 }
 
 std::size_t SchemeBase::skipSpaces(std::u16string_view text, std::size_t pos) noexcept {
@@ -383,11 +405,11 @@ bool SchemeBase::parseAuthority(ParseState& state) const {
   // The authority runs to the path, the parameters, the fragment or the
   // first character that no authority may hold.
   std::size_t end = start;
-  while (end < text.size() && !isPathSeparator(text[end]) && text[end] != u'?' &&
-         text[end] != u';' && text[end] != u'#' && !isForbiddenInAuthority(text[end])) {
-    ++end;
+  std::size_t at = npos;
+  for (; end < text.size() && !has_class(text[end], kForbidden | kEndsAuthority); ++end) {
+    if (text[end] == u'@' && at == npos) at = end;
   }
-  const std::size_t at = find_unit(text, start, end, u'@');
+  if (at == npos) at = end;
   std::size_t host = start;
   m[URL::kUser] = start;
   if (at != end) {
@@ -432,25 +454,24 @@ bool SchemeBase::parsePath(ParseState& state) const {
   const std::u16string_view text = state.text;
   URL::Marks& m = state.marks;
   const std::size_t start = state.pos;
+  // One pass to the end of the path, noting its last separator and dot.
   std::size_t end = start;
-  while (end < text.size() && text[end] != u'?' && text[end] != u';' && text[end] != u'#') ++end;
+  std::size_t separator = npos;
+  std::size_t dot = npos;
+  for (; end < text.size(); ++end) {
+    const char16_t unit = text[end];
+    if (has_class(unit, kEndsPath)) break;
+    if (isPathSeparator(unit)) {
+      separator = end;
+    } else if (unit == u'.') {
+      dot = end;
+    }
+  }
+  const std::size_t name = separator == npos ? start : separator + 1;
+  if (dot == npos || dot < name) dot = end;
   m[URL::kDirectory] = start;
-  std::size_t name = start;
-  for (std::size_t i = end; i > start; --i) {
-    if (isPathSeparator(text[i - 1])) {
-      name = i;
-      break;
-    }
-  }
-  m[URL::kSeparator] = name == start ? start : name - 1;
+  m[URL::kSeparator] = separator == npos ? start : separator;
   m[URL::kName] = name;
-  std::size_t dot = end;
-  for (std::size_t i = end; i > name; --i) {
-    if (text[i - 1] == u'.') {
-      dot = i - 1;
-      break;
-    }
-  }
   m[URL::kDot] = dot;
   m[URL::kExtension] = dot == end ? end : dot + 1;
   state.pos = end;

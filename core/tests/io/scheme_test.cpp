@@ -165,6 +165,29 @@ TEST(SchemeRegistry, DispatchesByNameIgnoringCase) {
                    "IDS_FERROR_COPY_MOVE");
 }
 
+// Lookups take no lock: URLs parsed while another thread registers and
+// removes their scheme see either the old or the new table, never a torn one.
+TEST(SchemeRegistry, LookupsRaceWithChanges) {
+  std::atomic<bool> stop{false};
+  std::vector<std::thread> readers;
+  for (int i = 0; i < 2; ++i) {
+    readers.emplace_back([&stop] {
+      while (!stop) {
+        const URL url(u"X-Race://h/a.b?c");
+        if (url.ext() != u"b" || url.params() != u"c") {
+          ADD_FAILURE() << url.text().toUtf8();
+        }
+      }
+    });
+  }
+  for (int i = 0; i < 200; ++i) {
+    SchemeRegistry::instance().registerScheme(InterfacePtr<IScheme>(new TestScheme(u"x-race")));
+    EXPECT_TRUE(SchemeRegistry::instance().unregisterScheme(u"x-race"));
+  }
+  stop = true;
+  for (std::thread& reader : readers) reader.join();
+}
+
 // A temporary directory removed with its content at the end.
 class FileSchemeTest : public ::testing::Test {
  protected:

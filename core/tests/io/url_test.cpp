@@ -49,7 +49,9 @@ void expect_marks_valid(const URL& url) {
   for (std::size_t i = 0; i + 1 < URL::kMarkCount; ++i) {
     EXPECT_LE(marks[i], marks[i + 1]) << url.text().toUtf8() << " mark " << i;
   }
-  if (!url.empty()) EXPECT_EQ(marks[URL::kPartCount], url.text().size()) << url.text().toUtf8();
+  if (!url.empty()) {
+    EXPECT_EQ(marks[URL::kPartCount], url.text().size()) << url.text().toUtf8();
+  }
 }
 
 TEST(Url, PartsTable) {
