@@ -28,7 +28,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "core/export.h"
@@ -209,8 +208,6 @@ class CORE_EXPORT URL {
 
  private:
   friend class SchemeBase;
-  URL(String text, const Marks& marks, bool possibly_fragment)
-  noexcept : text_(std::move(text)), marks_(marks), possibly_fragment_(possibly_fragment) {}
   bool compare(const URL& other, bool base_only) const;
   URL resolve(const URL& relative, bool as_directory) const;
 

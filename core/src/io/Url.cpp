@@ -25,6 +25,20 @@ constexpr std::size_t npos = std::u16string_view::npos;
 
 bool is_separator(char16_t unit) noexcept { return SchemeBase::isPathSeparator(unit); }
 
+enum class BarePath { kNone, kDrive, kNetwork, kPosix };
+
+// What prepareURL makes a "file" URL of: a drive path ("C:..."), a network
+// path ("\\...") or an absolute POSIX path ("/...", but not "//...").
+BarePath bare_path(std::u16string_view text) noexcept {
+  if (text.size() >= 2 && text[1] == u':' &&
+      ((text[0] >= u'a' && text[0] <= u'z') || (text[0] >= u'A' && text[0] <= u'Z'))) {
+    return BarePath::kDrive;
+  }
+  if (text.starts_with(u"\\\\")) return BarePath::kNetwork;
+  if (text.starts_with(u"/") && !text.starts_with(u"//")) return BarePath::kPosix;
+  return BarePath::kNone;
+}
+
 // The length of the root of `path`: a drive with its separator, or one
 // separator; 0 for a relative path.
 std::size_t root_length(std::u16string_view path) noexcept {
@@ -59,22 +73,6 @@ std::size_t query_start(const URL& url) noexcept {
 std::u16string_view query_of(const URL& url) noexcept {
   const std::size_t start = query_start(url);
   return std::u16string_view(url.text()).substr(start, url.marks()[URL::kHash] - start);
-}
-
-// The base's path up to its last separator, for a relative path to follow.
-String merge(const URL& base, std::u16string_view relative_path, bool as_directory) {
-  const std::u16string_view base_path = detail::path_before_query(base);
-  String out;
-  if (base_path.empty() && !base.partView(URL::kSlashes, 1).empty()) {
-    out = u"/";
-  } else if (as_directory) {
-    out = String(base_path);
-    if (!out.empty() && !is_separator(out[out.size() - 1])) out += u'/';
-  } else {
-    out = String(base.partView(URL::kDirectory, 2));
-  }
-  out += relative_path;
-  return out;
 }
 
 void hide_password(const URL& url, String& out) {
@@ -185,27 +183,51 @@ std::u16string_view query_and_fragment(const URL& url) noexcept {
   return std::u16string_view(url.text()).substr(start, url.marks()[URL::kTail] - start);
 }
 
-String remove_dot_segments(std::u16string_view path) {
-  if (path.find(u'.') == npos) return String(path);
-  std::size_t pos = root_length(path);
-  const std::u16string_view root = path.substr(0, pos);
-  std::vector<std::u16string_view> kept;
-  while (pos < path.size()) {
-    const std::u16string_view segment = SchemeBase::getNextPathSegment(path, pos, true);
-    const std::u16string_view name = without_separator(segment);
-    if (name == u".") continue;
-    if (name == u"..") {
-      if (!kept.empty() && without_separator(kept.back()) != u"..") {
-        kept.pop_back();
-      } else if (root.empty()) {
-        kept.push_back(segment);
-      }
-      continue;
-    }
-    kept.push_back(segment);
+void append_path(String& out, std::u16string_view first, std::u16string_view second) {
+  if (first.find(u'.') == npos && second.find(u'.') == npos) {
+    out += first;
+    out += second;
+    return;
   }
-  String out(root);
-  for (const std::u16string_view segment : kept) out += segment;
+  const std::u16string_view lead = first.empty() ? second : first;
+  const std::size_t root = root_length(lead);
+  out += lead.substr(0, root);
+  // Kept segments end in their separator, all but the last one appended; a
+  // ".." takes the last one off again, never the root.
+  const std::size_t floor = out.size();
+  const auto append_segments = [&out, floor, root](std::u16string_view path, std::size_t pos) {
+    while (pos < path.size()) {
+      const std::u16string_view segment = SchemeBase::getNextPathSegment(path, pos, true);
+      const std::u16string_view name = without_separator(segment);
+      if (name == u".") continue;
+      if (name != u"..") {
+        out += segment;
+        continue;
+      }
+      if (out.size() > floor) {
+        const std::u16string_view kept = std::u16string_view(out).substr(floor);
+        const std::size_t end = kept.size() - 1;
+        std::size_t begin = end;
+        while (begin > 0 && !is_separator(kept[begin - 1])) --begin;
+        if (kept.substr(begin, end - begin) != u"..") {
+          out.resizeForOverwrite(floor + begin);
+          continue;
+        }
+      }
+      if (root == 0) out += segment;
+    }
+  };
+  if (first.empty()) {
+    append_segments(second, root);
+  } else {
+    append_segments(first, root);
+    append_segments(second, 0);
+  }
+}
+
+String remove_dot_segments(std::u16string_view path) {
+  String out;
+  append_path(out, {}, path);
   return out;
 }
 
@@ -226,10 +248,15 @@ bool equal_nocase_ascii(std::u16string_view a, std::u16string_view b) noexcept {
 // --- Construction and parts --------------------------------------------------
 
 URL::URL(const String& text, bool prepare) : marks_{} {
-  const String prepared = prepare ? prepareURL(text) : text;
-  const IScheme& scheme =
-      detail::scheme_for_name(SchemeBase::extractSchemeName(std::u16string_view(prepared)));
-  scheme.IScheme_parseURL(prepared, true, *this);
+  // Only a bare path is copied; any other text is parsed where it stands.
+  String prepared;
+  const String* source = &text;
+  if (prepare && bare_path(text) != BarePath::kNone) {
+    prepared = prepareURL(text);
+    source = &prepared;
+  }
+  const IScheme& scheme = detail::scheme_for_name(SchemeBase::extractSchemeName(*source));
+  scheme.IScheme_parseURL(*source, true, *this);
 }
 
 URL::URL(const char16_t* text, bool prepare)
@@ -266,15 +293,12 @@ bool URL::equal(const URL& other) const { return compare(other, false); }
 bool URL::equalBase(const URL& other) const { return compare(other, true); }
 
 String URL::prepareURL(const String& text, bool directory) {
+  const BarePath kind = bare_path(text);
+  if (kind == BarePath::kNone) return text;
   const std::u16string_view view = text;
-  const bool drive = view.size() >= 2 && view[1] == u':' &&
-                     ((view[0] >= u'a' && view[0] <= u'z') || (view[0] >= u'A' && view[0] <= u'Z'));
-  const bool network = view.starts_with(u"\\\\");
-  const bool posix = view.starts_with(u"/") && !view.starts_with(u"//");
-  if (!drive && !network && !posix) return text;
-  String out(posix ? u"file://" : u"file:");
+  String out(kind == BarePath::kPosix ? u"file://" : u"file:");
   out += view;
-  if (directory && !is_separator(view.back())) out += drive || network ? u'\\' : u'/';
+  if (directory && !is_separator(view.back())) out += kind == BarePath::kPosix ? u'/' : u'\\';
   return out;
 }
 
@@ -286,22 +310,32 @@ URL URL::resolve(const URL& relative, bool as_directory) const {
   }
   const std::u16string_view relative_path = detail::path_before_query(relative);
   String out;
+  out.reserve(text_.size() + relative.text_.size() + 1);
   if (relative.absolute() || !relative.partView(kSlashes, 1).empty()) {
-    out = relative.absolute() ? String() : String(partView(kScheme, kSlashes));
+    if (!relative.absolute()) out += partView(kScheme, kSlashes);
     out += relative.partView(kScheme, kDirectory);
-    out += detail::remove_dot_segments(relative_path);
+    detail::append_path(out, {}, relative_path);
     out += detail::query_and_fragment(relative);
     return URL(out, false);
   }
-  out = String(partView(kScheme, kDirectory));
+  out += partView(kScheme, kDirectory);
+  const std::u16string_view base_path = detail::path_before_query(*this);
   if (relative_path.empty()) {
-    out += detail::path_before_query(*this);
+    out += base_path;
     const std::u16string_view query = query_of(relative);
     out += query.empty() ? query_of(*this) : query;
   } else {
-    out += root_length(relative_path) != 0
-               ? detail::remove_dot_segments(relative_path)
-               : detail::remove_dot_segments(merge(*this, relative_path, as_directory));
+    if (root_length(relative_path) != 0) {
+      detail::append_path(out, {}, relative_path);
+    } else if (base_path.empty() && !partView(kSlashes, 1).empty()) {
+      detail::append_path(out, u"/", relative_path);
+    } else if (!as_directory) {
+      detail::append_path(out, partView(kDirectory, 2), relative_path);
+    } else if (!base_path.empty() && !is_separator(base_path.back())) {
+      detail::append_path(out, String(base_path) + u'/', relative_path);
+    } else {
+      detail::append_path(out, base_path, relative_path);
+    }
     out += query_of(relative);
   }
   out += relative.partView(kHash, 2);

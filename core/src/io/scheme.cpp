@@ -370,7 +370,9 @@ bool SchemeBase::IScheme_parseURL(const String& text, bool relative_allowed, URL
   }
   state.marks[URL::kTail] = state.pos;
   state.marks[URL::kTail + 1] = state.text.size();
-  out = URL(text, state.marks, state.possibly_fragment);
+  out.text_ = text;
+  out.marks_ = state.marks;
+  out.possibly_fragment_ = state.possibly_fragment;
   return true;
 }
 

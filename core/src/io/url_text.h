@@ -21,6 +21,10 @@ std::u16string_view query_and_fragment(const URL& url) noexcept;
 // segments, and a leading drive or separator is a root that ".." never
 // removes. ".." segments of a relative path that climb above its start stay.
 String remove_dot_segments(std::u16string_view path);
+// Appends the path `first` followed by `second` to `out`, resolved as
+// remove_dot_segments does (the root is the root of `first`, or of `second`
+// when `first` is empty).
+void append_path(String& out, std::u16string_view first, std::u16string_view second);
 // Equal ignoring case; ASCII texts are compared without a call into ICU.
 bool equal_nocase_ascii(std::u16string_view a, std::u16string_view b) noexcept;
 // The registered scheme of `name`, or the generic grammar.
