@@ -18,7 +18,11 @@
 // The library registers "file" and "sfile" (files of the operating system;
 // see FileMode for the modes) and "http", "https" and "ftp" (generic grammar,
 // default ports 80, 443 and 21, nothing to open). Names are compared ignoring
-// case.
+// case. Names nobody registered are parsed by the generic grammar, so every
+// URL has parts; only opening, removing and moving need a registered scheme.
+// Reserved sets: "file", "sfile" and the generic grammar always escape "#"
+// (a "#" in a file name must not read as a fragment); "http", "https" and
+// "ftp" let the caller's flag choose, so a fragment can keep its "#".
 //
 // Thread safety: scheme objects hold no per-call state and are used from any
 // thread. The registry may be read and changed from any thread; lookups take
@@ -92,7 +96,10 @@ class IScheme : public IUnknown {
 // operations.
 //
 // Choices of the generic grammar:
-// - An authority ends at "/", "\", "?", ";", "#" or the end. The login ends
+// - An authority ends at "/", "\", "?", ";", "#" or the end, also when one
+//   stands at the very start of a segment ("http:///x" has an empty host).
+//   Of the other reserved characters only ":", "@", "[" and "]" mean
+//   anything there; "*", "&" and "=" belong to the name. The login ends
 //   at the first "@"; its first ":" parts user and password. A second "@",
 //   a character of kForbiddenInAuthority, or anything but ":" after the host
 //   stops the parse: the rest of the text is the broken tail (part 21).
