@@ -40,6 +40,8 @@ int run_url(const Arguments& args) {
     core::URL url(core::String::fromUtf8(args[0]));
     if (idna == "to") url = url.toIDNA();
     if (idna == "from") url = url.fromIDNA();
+    // With --secure everything shown is the URL with its password hidden.
+    if (secure) url = core::URL(url.secureContent(), false);
     print_url("text", url);
     for (std::size_t i = 0; i < core::URL::kPartCount; ++i) {
       const core::URL::Marks& marks = url.marks();
@@ -51,11 +53,7 @@ int run_url(const Arguments& args) {
                 url.empty(), url.absolute(), url.broken(), url.possiblyFragment());
     std::printf("%-15s host=\"%s\" login=\"%s\" fileName=\"%s\"\n", "accessors",
                 utf8(url.host()).c_str(), utf8(url.login()).c_str(), utf8(url.fileName()).c_str());
-    if (secure) {
-      std::printf("%-15s %s\n", "secure", utf8(url.securePresentation()).c_str());
-    } else {
-      std::printf("%-15s %s\n", "presentation", utf8(url.presentation()).c_str());
-    }
+    std::printf("%-15s %s\n", "presentation", utf8(url.presentation()).c_str());
     print_url("normalized", url.normalize());
     print_url("base URL", url.baseURL());
     if (!base.empty()) {
@@ -76,7 +74,8 @@ const Command kUrlCommand = {
     "url",
     "  url TEXT [--base URL] [--secure] [--idna to|from]\n"
     "                  the 22 parts of a URL with their marks, its predicates,\n"
-    "                  normal form and, with --base, TEXT resolved against URL\n",
+    "                  normal form and, with --base, TEXT resolved against URL;\n"
+    "                  --secure hides the password\n",
     &run_url};
 
 }  // namespace coretool
