@@ -8,7 +8,7 @@
 //    public:
 //     StorageScheme() : SchemeBase(u"q9stg", true) {}
 //     core::InterfacePtr<core::IFile> IScheme_openURL(const core::URL& url,
-//                                                     core::FileMode mode) override;
+//                                                     core::FileMode mode) const override;
 //   };
 //   core::SchemeRegistry::instance().registerScheme(
 //       core::InterfacePtr<core::IScheme>(new StorageScheme));

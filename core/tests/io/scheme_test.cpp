@@ -119,6 +119,14 @@ TEST(Scheme, Helpers) {
   String out(u">");
   SchemeBase::copyPart(URL(u"http://h:1/p"), URL::kHost, 4, out);
   EXPECT_EQ(out, u">h:1");
+
+  EXPECT_EQ(SchemeBase::addDefaultPort(URL(u"http://u@h/p?q"), u"80").text(), u"http://u@h:80/p?q");
+  EXPECT_EQ(SchemeBase::addDefaultPort(URL(u"http://h:81/"), u"80").text(), u"http://h:81/");
+  EXPECT_EQ(SchemeBase::addDefaultPort(URL(u"mailto:a@b"), u"25").text(), u"mailto:a@b");
+  const IScheme* file = SchemeRegistry::instance().find(u"file");
+  EXPECT_EQ(file->IScheme_createURLString(u"/tmp/a b#1"), u"file:///tmp/a b#1");
+  EXPECT_EQ(file->IScheme_createURLString(u"C:\\x"), u"file:C:\\x");
+  EXPECT_EQ(file->IScheme_createURLString(u"x/y"), u"file:x/y");
 }
 
 // A scheme whose whole path, "?" and "." included, is one name: it
