@@ -256,7 +256,11 @@ URL::URL(const String& text, bool prepare) : marks_{} {
     source = &prepared;
   }
   const IScheme& scheme = detail::scheme_for_name(SchemeBase::extractSchemeName(*source));
-  scheme.IScheme_parseURL(*source, true, *this);
+  // A scheme that refuses the text leaves it to the generic grammar, which
+  // takes every text.
+  if (!scheme.IScheme_parseURL(*source, true, *this)) {
+    detail::scheme_for_name({}).IScheme_parseURL(*source, true, *this);
+  }
 }
 
 URL::URL(const char16_t* text, bool prepare)

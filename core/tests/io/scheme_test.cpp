@@ -173,6 +173,25 @@ TEST(SchemeRegistry, DispatchesByNameIgnoringCase) {
                    "IDS_FERROR_COPY_MOVE");
 }
 
+// A registered scheme that refused a text left the URL empty: the text was
+// lost. The generic grammar now parses what a scheme refuses.
+TEST(SchemeRegistry, RefusingSchemeLostTheText) {
+  class Refusing : public SchemeBase {
+   public:
+    Refusing() : SchemeBase(u"x-refuse") {}
+    bool IScheme_parseURL(const String& /*text*/, bool /*relative_allowed*/,
+                          URL& /*out*/) const override {
+      return false;
+    }
+  };
+  SchemeRegistry::instance().registerScheme(InterfacePtr<IScheme>(new Refusing));
+  const URL url(u"x-refuse://h/a.b");
+  EXPECT_EQ(url.text(), u"x-refuse://h/a.b");
+  EXPECT_EQ(url.host(), u"h");
+  EXPECT_EQ(url.ext(), u"b");
+  EXPECT_TRUE(SchemeRegistry::instance().unregisterScheme(u"x-refuse"));
+}
+
 // Lookups take no lock: URLs parsed while another thread registers and
 // removes their scheme see either the old or the new table, never a torn one.
 TEST(SchemeRegistry, LookupsRaceWithChanges) {
