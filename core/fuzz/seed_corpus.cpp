@@ -193,6 +193,20 @@ void add_formats(Corpus& corpus, const fs::path& data) {
   }
 }
 
+// urls.txt: the parts joined; urls_combine.txt: the bases and references.
+void add_urls(Corpus& corpus, const fs::path& data) {
+  for (const std::string& line : read_lines(data / "urls.txt")) {
+    core::String text;
+    for (const std::string_view part : split(line, "|")) text += unescape(part);
+    corpus["url_fuzzer"].push_back(utf16_bytes(text));
+  }
+  for (const std::string& line : read_lines(data / "urls_combine.txt")) {
+    for (const std::string_view field : split(line, "\t")) {
+      corpus["url_fuzzer"].push_back(utf16_bytes(unescape(field)));
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -207,6 +221,7 @@ int main(int argc, char** argv) {
     add_list_texts(corpus, data);
     add_params(corpus, data);
     add_formats(corpus, data);
+    add_urls(corpus, data);
     for (const auto& [target, inputs] : corpus) {
       const fs::path dir = out / target;
       fs::remove_all(dir);

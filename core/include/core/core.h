@@ -56,6 +56,7 @@
 #include "core/io.h"
 #include "core/list_stream.h"
 #include "core/persistence.h"
+#include "core/scheme.h"
 #include "core/url.h"
 
 #endif  // CORE_CORE_H_
