@@ -129,7 +129,9 @@ TEST(CollectionTypes, MethodTablesInSlotOrder) {
     for (int p = 0; p < c.params; ++p) {
       Value given(u"sentinel");
       EXPECT_EQ(def->getParamDefValue(c.index, p, &given), p == c.optional);
-      if (p == c.optional) EXPECT_TRUE(is_undefined_value(given));
+      if (p == c.optional) {
+        EXPECT_TRUE(is_undefined_value(given));
+      }
     }
     for (std::size_t t = 0; t < std::size(kTypes); ++t) {
       if (String(kTypes[t].english) == String(c.type)) {
@@ -266,7 +268,9 @@ TEST(MapTest, DeletionsKeepEveryOtherKeyReachable) {
   for (int i = 0; i < 2000; ++i) {
     const Value* found = map->find(Value(i * 7));
     ASSERT_EQ(found != nullptr, i % 3 != 0) << i;
-    if (found != nullptr) EXPECT_TRUE(found->equals(i));
+    if (found != nullptr) {
+      EXPECT_TRUE(found->equals(i));
+    }
   }
   EXPECT_EQ(map->count(), 2000 - 667);
 }
