@@ -34,6 +34,7 @@ int report_failure(const core::Exception& e);
 [[nodiscard]] bool read_input(std::string_view path, std::string& bytes);
 
 extern const Command kCalcCommand;
+extern const Command kCallCommand;
 extern const Command kConvertCommand;
 extern const Command kDateCommand;
 extern const Command kDetectCommand;

@@ -34,13 +34,22 @@ std::string default_text(core::IContextDefBase* def, int method, int param) {
   return core::to_string(value).toUtf8();
 }
 
+// `text` followed by spaces up to `width` characters (not bytes, so that
+// Cyrillic names line up as Latin ones do).
+std::string padded(const std::string& text, std::size_t width) {
+  std::size_t chars = 0;
+  for (const char byte : text) chars += (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+  return text + std::string(chars < width ? width - chars : 0, ' ');
+}
+
 void print_members(core::IContextDefBase* def) {
   const int props = def->getNProps();
   std::printf("properties: %d\n", props);
   for (int i = 0; i < props; ++i) {
     const bool readable = def->isPropReadable(i);
     const bool writable = def->isPropWritable(i);
-    std::printf("  %-40s %s\n", both_names(def->getPropName(i, 0), def->getPropName(i, 1)).c_str(),
+    std::printf("  %s %s\n",
+                padded(both_names(def->getPropName(i, 0), def->getPropName(i, 1)), 40).c_str(),
                 readable && writable ? "read/write"
                 : readable           ? "read only"
                                      : "write only");
@@ -56,8 +65,8 @@ void print_members(core::IContextDefBase* def) {
       if (def->isParamOut(i, p)) params += " (out)";
       if (!given.empty()) params += " = " + given;
     }
-    std::printf("  %-40s %-9s (%s)\n",
-                both_names(def->getMethodName(i, 0), def->getMethodName(i, 1)).c_str(),
+    std::printf("  %s %-9s (%s)\n",
+                padded(both_names(def->getMethodName(i, 0), def->getMethodName(i, 1)), 40).c_str(),
                 def->hasRetVal(i) ? "function" : "procedure", params.c_str());
   }
 }

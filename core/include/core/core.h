@@ -32,6 +32,7 @@
 // type domains and typed values, binary data, the property and method tables
 // of objects, enumerations.
 #include "core/binary_data.h"
+#include "core/collections.h"
 #include "core/context.h"
 #include "core/context_iterator.h"
 #include "core/date.h"
@@ -39,6 +40,7 @@
 #include "core/enumeration_types.h"
 #include "core/numeric.h"
 #include "core/numeric_round_mode.h"
+#include "core/ordered_associations.h"
 #include "core/time_zone.h"
 #include "core/type.h"
 #include "core/type_domain.h"

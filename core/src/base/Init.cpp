@@ -12,6 +12,7 @@
 #include "base/locale_data.h"
 #include "base/message_data.h"
 #include "core/binary_data.h"
+#include "core/collections.h"
 #include "core/enumeration_types.h"
 #include "core/init.h"
 #include "core/scom.h"
@@ -105,6 +106,13 @@ const SCOM_ClassMapEntry kCoreClasses[] = {
     {kAllowedSignTypeClsid, &builtin_enumeration_type_object<5>, nullptr},
     {kTextDirectionTypeClsid, &builtin_enumeration_type_object<6>, nullptr},
     {kPictureTypeTypeClsid, &builtin_enumeration_type_object<7>, nullptr},
+    {kKeyAndValueTypeClsid, &collection_type_object<0>, nullptr},
+    {kArrayTypeClsid, &collection_type_object<1>, nullptr},
+    {kFixedArrayTypeClsid, &collection_type_object<2>, nullptr},
+    {kMapTypeClsid, &collection_type_object<3>, nullptr},
+    {kFixedMapTypeClsid, &collection_type_object<4>, nullptr},
+    {kStructureTypeClsid, &collection_type_object<5>, nullptr},
+    {kFixedStructureTypeClsid, &collection_type_object<6>, nullptr},
 };
 
 // The library's own component module: its messages are the bundle "basalt".
