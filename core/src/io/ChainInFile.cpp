@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <set>
 #include <string>
@@ -12,6 +13,7 @@
 #include "core/string.h"
 #include "core/url.h"
 #include "internal/chars.h"
+#include "rivet/suspend_monitor.h"
 
 namespace core {
 namespace {
@@ -19,6 +21,8 @@ namespace {
 constexpr std::size_t kMaxHeaderSize = 55;
 constexpr std::uint64_t kMovePiece = 16384;
 constexpr std::size_t kRecordSize = 24;
+constexpr std::chrono::milliseconds kRetryPause(20);
+constexpr std::chrono::seconds kRetryLimit(20);
 
 // Offset of the field within a block header: CR LF, then fields of
 // `digits` characters each followed by a space.
@@ -105,7 +109,20 @@ void ContainerFile::create(std::uint32_t default_capacity) {
 
 bool ContainerFile::readHeader() {
   std::array<unsigned char, 20> bytes{};
-  readAt(0, bytes.data(), layout_.file_header_size);
+  // Another process may hold the file for a moment: sharing and lock
+  // failures are retried every 20 ms for at most 20 s from the first try.
+  const auto deadline = std::chrono::steady_clock::now() + kRetryLimit;
+  for (;;) {
+    try {
+      readAt(0, bytes.data(), layout_.file_header_size);
+      break;
+    } catch (const FileException& failure) {
+      const bool transient = failure.reason() == FileException::Error::Sharing ||
+                             failure.reason() == FileException::Error::Lock;
+      if (!transient || std::chrono::steady_clock::now() + kRetryPause > deadline) throw;
+      rivet::pause(kRetryPause, "retrying to read a container header");
+    }
+  }
   const auto little_endian = [&bytes](std::uint32_t offset, std::uint32_t width) {
     std::uint64_t value = 0;
     for (std::uint32_t i = width; i-- > 0;) value = (value << 8) | bytes[offset + i];
@@ -137,6 +154,20 @@ void ContainerFile::writeHeaderBytes(std::uint32_t offset, std::uint64_t value,
   std::array<unsigned char, 8> bytes{};
   for (std::uint32_t i = 0; i < width; ++i) bytes[i] = static_cast<unsigned char>(value >> (8 * i));
   writeAt(offset, bytes.data(), width);
+}
+
+bool ContainerFile::refresh(ChainInFile& directory) {
+  if (!readHeader()) return false;
+  directory.setMinCapacity(directoryCapacity());
+  directory.open(fileLength() > layout_.file_header_size ? layout_.file_header_size : layout_.none);
+  return true;
+}
+
+std::uint64_t ContainerFile::directoryCapacity() const {
+  if (fileLength() <= layout_.file_header_size && free_head_ == layout_.none) {
+    return layout_.default_capacity;
+  }
+  return default_capacity_;
 }
 
 std::uint64_t ContainerFile::fileLength() const { return file_->length(); }
@@ -202,6 +233,10 @@ void ContainerFile::checkFileEnd(std::uint64_t position, std::uint64_t count) co
 
 ChainInFile::ChainInFile(ContainerFile& container, std::uint64_t min_capacity)
     : container_(container), min_capacity_(std::max<std::uint64_t>(min_capacity, 1)) {}
+
+void ChainInFile::setMinCapacity(std::uint64_t min_capacity) noexcept {
+  min_capacity_ = std::max<std::uint64_t>(min_capacity, 1);
+}
 
 void ChainInFile::open(std::uint64_t first) {
   blocks_.clear();

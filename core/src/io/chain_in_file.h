@@ -73,6 +73,8 @@ void encode_block_header(const BlockLayout& layout, const BlockHeader& header, c
 // false when the CR LF pairs, the spaces or a digit are wrong.
 bool decode_block_header(const BlockLayout& layout, const char* text, BlockHeader& header);
 
+class ChainInFile;
+
 // A container file and its cached header.
 class ContainerFile {
  public:
@@ -82,8 +84,20 @@ class ContainerFile {
   // file.
   void create(std::uint32_t default_capacity);
   // Reads the header; code 1 when the file is shorter than it. True when
-  // the change counter grew since the last read.
+  // the change counter grew since the last read (or on the first read);
+  // only then are the cached values replaced. A FileException of the
+  // sharing or lock reasons is retried every 20 ms for at most 20 s, the
+  // pauses registered with rivet's monitor of suspended threads; other file
+  // failures pass at once.
   bool readHeader();
+  // readHeader, and when the counter grew, reopens `directory` from the end
+  // of the header (empty when the file is only the header) with the
+  // directory's minimum capacity. True when it reloaded.
+  bool refresh(ChainInFile& directory);
+  // The minimum capacity of the directory chain: the header's default, or
+  // the variant's default (65536 or 512) while the file is only the header
+  // and the free chain is empty.
+  std::uint64_t directoryCapacity() const;
 
   const BlockLayout& layout() const noexcept { return layout_; }
   IFile& file() const noexcept { return *file_; }
@@ -137,6 +151,7 @@ class ChainInFile {
   // a short read, 2 on a bad header, 3 on a cycle.
   void open(std::uint64_t first);
 
+  void setMinCapacity(std::uint64_t min_capacity) noexcept;
   std::uint64_t first() const noexcept;
   std::uint64_t length() const noexcept { return length_; }
   std::uint64_t tell() const noexcept { return offset_; }

@@ -440,3 +440,86 @@ TEST(StorageChainTest, ReloadsTheHeaderWhenTheChangeCounterGrows) {
 
 }  // namespace
 }  // namespace core
+
+namespace core {
+namespace {
+
+// A memory file whose first reads fail with a file exception.
+class FlakyFile final : public UnknownImpl<IFile> {
+ public:
+  FlakyFile(std::string bytes, int failures, FileException::Error reason)
+      : inner_(new MemoryFile(bytes)), failures_(failures), reason_(reason) {}
+
+  std::size_t read(void* buffer, std::size_t count) override {
+    ++reads_;
+    if (failures_ > 0) {
+      --failures_;
+      throw FileException(reason_);
+    }
+    return inner_->read(buffer, count);
+  }
+  void write(const void* data, std::size_t count) override { inner_->write(data, count); }
+  void seek(std::uint64_t position) override { inner_->seek(position); }
+  std::uint64_t position() override { return inner_->position(); }
+  std::uint64_t length() override { return inner_->length(); }
+  void flush() override {}
+  String url() override { return inner_->url(); }
+
+  int reads() const { return reads_; }
+
+ private:
+  InterfacePtr<MemoryFile> inner_;
+  int failures_;
+  FileException::Error reason_;
+  int reads_ = 0;
+};
+
+TEST(StorageChainTest, RetriesTheHeaderOnlyOnSharingAndLockFailures) {
+  const std::string header(20, '\0');
+  struct Case {
+    FileException::Error reason;
+    int reads;  // reads until the header is read, or 1 when it fails at once
+  };
+  const Case cases[] = {{FileException::Error::Sharing, 4},
+                        {FileException::Error::Lock, 4},
+                        {FileException::Error::FileNotFound, 1}};
+  for (const Case& c : cases) {
+    InterfacePtr<FlakyFile> file(new FlakyFile(header, 3, c.reason));
+    ContainerFile container(InterfacePtr<IFile>(file.get()), kLayout64);
+    if (c.reads == 1) {
+      EXPECT_THROW_IDS(container.readHeader(), FileException, "IDS_FERROR_FILENOTFOUND");
+    } else {
+      EXPECT_TRUE(container.readHeader());
+    }
+    EXPECT_EQ(file->reads(), c.reads);
+  }
+}
+
+// A reader sees the writer's directory once the change counter grew.
+TEST(StorageChainTest, RefreshReopensTheDirectoryWhenTheCounterGrew) {
+  for (const Variant& variant : kVariants) {
+    SCOPED_TRACE(variant.name);
+    InterfacePtr<MemoryFile> file(new MemoryFile);
+    ContainerFile writer(InterfacePtr<IFile>(file.get()), *variant.layout);
+    writer.create(128);
+    ContainerFile reader(InterfacePtr<IFile>(file.get()), *variant.layout);
+    ChainInFile seen(reader, 16);
+    EXPECT_TRUE(reader.refresh(seen));
+    EXPECT_EQ(seen.first(), variant.layout->none);
+    // Only the header so far.
+    EXPECT_EQ(reader.directoryCapacity(), variant.layout->default_capacity);
+
+    ChainInFile directory(writer, writer.directoryCapacity());
+    write(directory, pattern(24, 'r'));
+    EXPECT_FALSE(reader.refresh(seen));
+    EXPECT_EQ(seen.length(), 0u);
+    writer.bumpChangeCounter();
+    EXPECT_TRUE(reader.refresh(seen));
+    EXPECT_EQ(read_all(seen), pattern(24, 'r'));
+    EXPECT_EQ(seen.blocks()[0].capacity, variant.layout->default_capacity);
+    EXPECT_EQ(reader.directoryCapacity(), 128u);
+  }
+}
+
+}  // namespace
+}  // namespace core
