@@ -29,7 +29,10 @@ std::string default_text(core::IContextDefBase* def, int method, int param) {
   // The "not given" marker holds Undefined.
   if (core::is_undefined_value(value)) return "not given";
   if (value.type().getTypeCode() == core::TypeCode::String) {
-    return "\"" + core::to_string(value).toUtf8() + "\"";
+    std::string quoted(1, '"');
+    quoted += core::to_string(value).toUtf8();
+    quoted += '"';
+    return quoted;
   }
   return core::to_string(value).toUtf8();
 }
