@@ -156,8 +156,9 @@ class CORE_EXPORT StreamConverterFromUnicode {
   StreamConverterFromUnicode(const StreamConverterFromUnicode&);
   StreamConverterFromUnicode& operator=(const StreamConverterFromUnicode&);
 
-  // The name ICU gives the converter opened ("UTF-16LE" for "UTF-16",
-  // "ibm-5347_P100-1998" for "windows-1251"); bad-data messages carry it.
+  // The encoding's name as Converter::name() gives it, except that "UTF-16"
+  // and "UTF-32" report the little-endian encodings written ("UTF-16LE");
+  // bad-data messages carry it.
   const String& name() const noexcept { return name_; }
 
   // As StreamConverterToUnicode::widen, from UTF-16 units to bytes. Throws

@@ -42,13 +42,6 @@ using detail::IcuStatus;
   throw ConverterException(ConverterException::Code::BadName, name);
 }
 
-// The name ICU gives the converter; empty if it cannot.
-String converter_name(UConverter* converter) {
-  IcuStatus status;
-  const char* name = ucnv_getName(converter, status);
-  return String::fromUtf8(status.isSuccess() ? name : "");
-}
-
 // The encoding's name as the caller gave it; ICU's name of the default
 // encoding for an empty one.
 String encoding_name(const String& name) {
@@ -298,8 +291,10 @@ void U_CALLCONV substitute_unassigned(const void* context, UConverterFromUnicode
 }
 
 // Stream writers of "UTF-16" and "UTF-32" write little-endian, so that the
-// bytes do not depend on the platform and carry no signature unasked.
-UConverter* open_writer(const String& name) {
+// bytes do not depend on the platform and carry no signature unasked. The
+// name is the one the writer reports: the caller's, or the little-endian
+// encoding's when one was put in its place.
+UConverter* open_writer(String& name) {
   UConverter* converter = open_converter(name);
   IcuStatus status;
   const char* opened = ucnv_getName(converter, status);
@@ -308,7 +303,8 @@ UConverter* open_writer(const String& name) {
   if (status.isSuccess() && ucnv_compareNames(opened, "UTF-32") == 0) little_endian = "UTF-32LE";
   if (little_endian == nullptr) return converter;
   ucnv_close(converter);
-  return open_converter(String::fromUtf8(little_endian));
+  name = String::fromUtf8(little_endian);
+  return open_converter(name);
 }
 
 }  // namespace
@@ -319,12 +315,11 @@ StreamConverterFromUnicode::StreamConverterFromUnicode(const char16_t* name)
     : StreamConverterFromUnicode(String(name)) {}
 
 StreamConverterFromUnicode::StreamConverterFromUnicode(const String& name)
-    : handle_(new ConverterHandle(open_writer(name))) {
+    : name_(encoding_name(name)), handle_(new ConverterHandle(open_writer(name_))) {
   set_behaviour(handle_->get());
   IcuStatus status;
   ucnv_setFromUCallBack(handle_->get(), substitute_unassigned, nullptr, nullptr, nullptr, status);
   status.assertSuccess();
-  name_ = converter_name(handle_->get());
 }
 
 StreamConverterFromUnicode::~StreamConverterFromUnicode() = default;
