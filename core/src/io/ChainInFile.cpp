@@ -418,6 +418,7 @@ void ChainInFile::linkBlock(std::uint64_t position) {
 // each released block is marked free before the header's free head points
 // at it. A crash anywhere leaves, at worst, blocks on no chain.
 void ChainInFile::setLength(std::uint64_t length) {
+  if (length == length_ && !blocks_.empty()) return;
   if (length > length_) {
     const std::uint64_t saved = offset_;
     seek(length);

@@ -16,6 +16,7 @@
 #include "internal/chars.h"
 #include "internal/thread_annotations.h"
 #include "internal/throw.h"
+#include "io/storage_variant.h"
 #include "io/url_text.h"
 #include "platform/file_system.h"
 #include "rivet/suspend_monitor.h"
@@ -601,6 +602,10 @@ SchemeRegistry::SchemeRegistry() : state_(new State) {
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"http", true, u"80")));
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"https", true, u"443")));
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"ftp", true, u"21")));
+  for (const StorageVariant variant :
+       {StorageVariant::Storage32, StorageVariant::Storage32_64, StorageVariant::Storage64}) {
+    registerScheme(detail::make_storage_scheme(variant));
+  }
 }
 
 SchemeRegistry& SchemeRegistry::instance() {

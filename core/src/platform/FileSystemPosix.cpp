@@ -1,6 +1,7 @@
 // Implements platform/file_system.h on POSIX: files through file descriptors.
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -185,5 +186,16 @@ bool path_exists(std::u16string_view path) {
   struct stat info {};
   return ::stat(native.c_str(), &info) == 0;
 }
+
+FsError lock_file(FileHandle file, LockKind kind) {
+  const int operation = (kind == LockKind::kShared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+  for (;;) {
+    if (::flock(file.fd, operation) == 0) return FsError::kNone;
+    if (errno == EINTR) continue;
+    return errno == EWOULDBLOCK ? FsError::kBusy : from_errno(errno);
+  }
+}
+
+void unlock_file(FileHandle file) noexcept { ::flock(file.fd, LOCK_UN); }
 
 }  // namespace core::platform

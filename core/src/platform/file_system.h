@@ -49,6 +49,13 @@ FsError remove_path(std::u16string_view path);
 FsError rename_path(std::u16string_view from, std::u16string_view to);
 bool path_exists(std::u16string_view path);
 
+// An advisory lock on a whole file, held by one open of it (other opens in
+// the same process conflict with it as other processes do). Taken without
+// waiting: kBusy when a conflicting lock is held.
+enum class LockKind { kShared, kExclusive };
+FsError lock_file(FileHandle file, LockKind kind);
+void unlock_file(FileHandle file) noexcept;
+
 }  // namespace core::platform
 
 #endif  // CORE_SRC_PLATFORM_FILE_SYSTEM_H_
