@@ -142,6 +142,31 @@ class CORE_EXPORT Storage final : public IUnknown {
   std::atomic<int32_t> count_{0};
 };
 
+// Holds a container's lock across many calls, as a transaction holds a
+// database: exclusive with `write`, else shared. The calls inside cost no
+// lock and no reread of the file header; other holders of the file wait
+// until the batch ends (and see its changes then). Batches nest.
+//
+//   {
+//     core::StorageBatch batch(*storage, true);
+//     for (...) storage->openStream(name, core::FileMode::Create)->write(...);
+//   }
+//
+// Throws FileException (code 0, "IDS_FERROR_ACCESS") for a write batch on a
+// container opened for reading; a change inside a shared batch throws
+// FileException (code 9, "IDS_FERROR_LOCK"), as does a lock held elsewhere
+// for 20 s.
+class CORE_EXPORT StorageBatch {
+ public:
+  StorageBatch(Storage& storage, bool write);
+  ~StorageBatch();
+  StorageBatch(const StorageBatch&) = delete;
+  StorageBatch& operator=(const StorageBatch&) = delete;
+
+ private:
+  Storage& storage_;
+};
+
 }  // namespace core
 
 #endif  // CORE_STORAGE_H_

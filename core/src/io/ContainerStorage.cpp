@@ -103,26 +103,43 @@ class StorageState {
       if (write && !state.writable_) {
         throw FileException(FileException::Error::Access, state.file_->url());
       }
-      state.lockFile(write);
-      try {
-        if (state.directory_.refresh()) ++state.generation_;
-        if (write) state.container_.bumpChangeCounter();
-      } catch (const ChainInFileExc& failure) {
-        state.unlockFile();
-        throw_storage_exception(failure, *state.file_);
-      } catch (...) {
-        state.unlockFile();
-        throw;
+      if (state.batch_depth_ > 0) {
+        // The batch holds the lock and brought the directory up to date.
+        if (write && !state.batch_write_) {
+          throw FileException(FileException::Error::Lock, state.file_->url());
+        }
+        return;
       }
+      state.begin(write);
+      locked_ = true;
     }
-    ~Operation() { state_.unlockFile(); }
+    ~Operation() {
+      if (locked_) state_.unlockFile();
+    }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
 
    private:
     StorageState& state_;
     detail::MutexLock lock_;
+    bool locked_ = false;
   };
+
+  // Takes the file lock and brings the directory up to date; for a change,
+  // moves the change counter on first.
+  void begin(bool write) {
+    lockFile(write);
+    try {
+      if (directory_.refresh()) ++generation_;
+      if (write) container_.bumpChangeCounter();
+    } catch (const ChainInFileExc& failure) {
+      unlockFile();
+      throw_storage_exception(failure, *file_);
+    } catch (...) {
+      unlockFile();
+      throw;
+    }
+  }
 
   // Runs `body` turning block-layer failures into StorageException.
   template <class Body>
@@ -183,7 +200,9 @@ class StorageState {
   }
 
   void eraseTree(std::uint64_t slot) {
-    for (const std::uint64_t child : directory_.children(slot)) eraseTree(child);
+    if (is_storage(directory_.entry(slot))) {
+      for (const std::uint64_t child : directory_.children(slot)) eraseTree(child);
+    }
     directory_.erase(slot);
   }
 
@@ -196,6 +215,8 @@ class StorageState {
   ContainerFile container_;
   StorageDirectory directory_;
   std::uint64_t generation_ = 0;
+  int batch_depth_ = 0;
+  bool batch_write_ = false;
   std::uint32_t number_ = 0;
   URL url_;
 };
@@ -524,6 +545,27 @@ bool Storage::exists(std::u16string_view path) {
       return false;
     }
   });
+}
+
+StorageBatch::StorageBatch(Storage& storage, bool write) : storage_(storage) {
+  StorageState& state = storage.state();
+  const detail::MutexLock lock(state.mutex_);
+  if (state.batch_depth_ == 0) {
+    if (write && !state.writable_) {
+      throw FileException(FileException::Error::Access, state.file_->url());
+    }
+    state.begin(write);
+    state.batch_write_ = write;
+  } else if (write && !state.batch_write_) {
+    throw FileException(FileException::Error::Lock, state.file_->url());
+  }
+  ++state.batch_depth_;
+}
+
+StorageBatch::~StorageBatch() {
+  StorageState& state = storage_.state();
+  const detail::MutexLock lock(state.mutex_);
+  if (--state.batch_depth_ == 0) state.unlockFile();
 }
 
 // --- check, dump, compact ----------------------------------------------------

@@ -39,7 +39,10 @@ FsError open_file(std::u16string_view path, OpenMode mode, FileHandle& out);
 void close_file(FileHandle& file) noexcept;
 FsError read_file(FileHandle file, void* buffer, std::size_t count, std::size_t& read);
 FsError write_file(FileHandle file, const void* data, std::size_t count);
-FsError seek_file(FileHandle file, std::uint64_t position);
+// At `position`, leaving the file's own position where it was.
+FsError read_file_at(FileHandle file, std::uint64_t position, void* buffer, std::size_t count,
+                     std::size_t& read);
+FsError write_file_at(FileHandle file, std::uint64_t position, const void* data, std::size_t count);
 FsError file_position(FileHandle file, std::uint64_t& position);
 FsError file_length(FileHandle file, std::uint64_t& length);
 FsError flush_file(FileHandle file);

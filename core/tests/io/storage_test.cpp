@@ -342,6 +342,16 @@ TEST_F(StorageFileTest, TwoHoldersSeeEachOthersChanges) {
     writer->remove(u"one");
     EXPECT_THROW_IDS(open_in_reader->length(), StorageException, "IDS_STERROR_FILENOTFOUND");
     EXPECT_THROW_IDS(reader->createStorage(u"x"), FileException, "IDS_FERROR_ACCESS");
+    EXPECT_THROW_IDS(StorageBatch(*reader, true), FileException, "IDS_FERROR_ACCESS");
+    {
+      const StorageBatch batch(*writer, true);
+      write_stream(*writer, u"batched", "b");
+      const StorageBatch inner(*writer, false);
+      EXPECT_EQ(read_stream(*writer, u"batched"), "b");
+    }
+    EXPECT_EQ(read_stream(*reader, u"batched"), "b");
+    const StorageBatch shared(*writer, false);
+    EXPECT_THROW_IDS(writer->remove(u"batched"), FileException, "IDS_FERROR_LOCK");
   }
 }
 
