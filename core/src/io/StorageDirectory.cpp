@@ -72,6 +72,11 @@ void StorageDirectory::load() {
   free_slots_.clear();
   index_.clear();
   const BlockLayout& layout = container_.layout();
+  // The length comes from the file: it may not ask for more memory than the
+  // file could hold.
+  if (chain_.length() > container_.fileLength()) {
+    throw ChainInFileExc(ChainInFileExc::kInputOutput, chain_.first());
+  }
   std::string bytes(static_cast<std::size_t>(chain_.length() / kRecordSize * kRecordSize), '\0');
   chain_.seek(0);
   if (chain_.read(bytes.data(), bytes.size()) != bytes.size()) {

@@ -278,6 +278,24 @@ TEST(Storage, MalformedDirectoriesAreRefused) {
                    StorageException, "IDS_STERROR_BADFORMAT");
 }
 
+// Found by the container fuzzer: a directory claiming a length of exabytes
+// made the loader allocate it.
+TEST(Storage, HugeDirectoryLengthIsRefusedWithoutAllocating) {
+  for (const StorageVariant variant : {StorageVariant::Storage32, StorageVariant::Storage64}) {
+    const BlockLayout& layout = variant == StorageVariant::Storage32 ? kLayout32 : kLayout64;
+    InterfacePtr<MemoryFile> file(new MemoryFile);
+    {
+      InterfacePtr<Storage> storage = Storage::open(file.get(), variant, true);
+      write_stream(*storage, u"s", "x");
+    }
+    std::string bytes = file->bytes();
+    bytes.replace(layout.file_header_size + 2, layout.digits, layout.digits, '7');
+    bytes[layout.file_header_size + 2 + layout.digits - 1] = '0';
+    EXPECT_THROW_IDS(Storage::open(new MemoryFile(bytes), variant, false), StorageException,
+                     "IDS_STERROR_BADFORMAT");
+  }
+}
+
 TEST(Storage, CheckReportsLeakedAndSharedBlocks) {
   InterfacePtr<MemoryFile> file(new MemoryFile);
   InterfacePtr<Storage> storage = Storage::open(file.get(), StorageVariant::Storage64, true);
