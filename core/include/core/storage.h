@@ -1,5 +1,6 @@
 // Containers: many named byte streams, in nested storages, kept inside one
-// file (the format is described in doc/container_format.md).
+// file of blocks chained by text headers, with a free chain of blocks that
+// streams gave up.
 //
 //   auto storage = core::Storage::create(core::URL(u"/tmp/box.q9"),
 //                                        core::StorageVariant::Storage64);
