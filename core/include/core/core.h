@@ -59,6 +59,7 @@
 #include "core/list_stream.h"
 #include "core/persistence.h"
 #include "core/scheme.h"
+#include "core/storage.h"
 #include "core/url.h"
 
 #endif  // CORE_CORE_H_

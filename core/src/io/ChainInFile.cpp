@@ -108,6 +108,7 @@ void ContainerFile::create(std::uint32_t default_capacity) {
 }
 
 bool ContainerFile::readHeader() {
+  length_known_ = false;
   std::array<unsigned char, 20> bytes{};
   // Another process may hold the file for a moment: sharing and lock
   // failures are retried every 20 ms for at most 20 s from the first try.
@@ -170,7 +171,16 @@ std::uint64_t ContainerFile::directoryCapacity() const {
   return default_capacity_;
 }
 
-std::uint64_t ContainerFile::fileLength() const { return file_->length(); }
+// The length is asked of the file once per header read and then kept up to
+// date by writeAt: nobody else changes the file while the caller holds the
+// container's lock.
+std::uint64_t ContainerFile::fileLength() const {
+  if (!length_known_) {
+    known_length_ = file_->length();
+    length_known_ = true;
+  }
+  return known_length_;
+}
 
 void ContainerFile::readAt(std::uint64_t position, void* buffer, std::size_t count) const {
   file_->seek(position);
@@ -188,6 +198,7 @@ void ContainerFile::writeAt(std::uint64_t position, const void* data, std::size_
   file_->seek(position);
   if (file_->position() != position) throw ChainInFileExc(ChainInFileExc::kInputOutput, position);
   file_->write(data, count);
+  if (length_known_) known_length_ = std::max(known_length_, position + count);
 }
 
 BlockHeader ContainerFile::readBlockHeader(std::uint64_t position) const {
@@ -329,6 +340,7 @@ void ChainInFile::writeBytes(const unsigned char* data, std::uint64_t count) {
   std::uint64_t done = 0;
   while (done < count) {
     if (index_ >= blocks_.size()) {
+      if (appendDirect(data + done, count - done)) break;
       appendBlock(count - done);
       continue;
     }
@@ -352,6 +364,48 @@ void ChainInFile::storeLength(std::uint64_t length) {
   if (!blocks_.empty()) {
     container_.updateBlockField(blocks_.front().position, ContainerFile::Field::kLength, length);
   }
+}
+
+// Stage 3 without a separate step for each field, where the bytes come out
+// the same: when the chain's last block ends at the end of the file, the
+// data is appended first and the capacity field rewritten after, so the
+// file covers the block before the block claims the bytes; a small new
+// block goes out as header, data and the rest of its area in one write,
+// with the first block's length already final, and is linked after. A
+// crash in between leaves bytes on no chain. False when the free chain has
+// blocks (stage 2) or a large new block is wanted (appendBlock).
+bool ChainInFile::appendDirect(const unsigned char* data, std::uint64_t count) {
+  const BlockLayout& layout = container_.layout();
+  if (container_.freeHead() != layout.none) return false;
+  const std::uint64_t end = container_.fileLength();
+  const bool first = blocks_.empty();
+  if (!first && dataStart(blocks_.size() - 1) + blocks_.back().capacity == end) {
+    container_.checkFileEnd(end, count);
+    container_.writeAt(end, data, static_cast<std::size_t>(count));
+    Block& last = blocks_.back();
+    container_.updateBlockField(last.position, ContainerFile::Field::kCapacity,
+                                last.capacity + count);
+    last.capacity += count;
+    ends_.back() += count;
+  } else {
+    const std::uint64_t capacity = std::max(count, min_capacity_);
+    if (capacity > kMovePiece * 4) return false;
+    container_.checkFileEnd(end, layout.header_size + capacity);
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(layout.header_size + capacity), 0);
+    encode_block_header(layout,
+                        {first ? std::max(length_, offset_ + count) : 0, capacity, layout.none},
+                        reinterpret_cast<char*>(bytes.data()));
+    std::copy(data, data + count, bytes.begin() + layout.header_size);
+    container_.writeAt(end, bytes.data(), bytes.size());
+    linkBlock(end);
+    blocks_.push_back({end, capacity});
+    ends_.push_back((ends_.empty() ? 0 : ends_.back()) + capacity);
+    if (first) length_ = std::max(length_, offset_ + count);
+  }
+  offset_ += count;
+  if (offset_ > length_) storeLength(offset_);
+  locate();
+  return true;
 }
 
 void ChainInFile::appendBlock(std::uint64_t wanted) {
@@ -418,6 +472,7 @@ void ChainInFile::linkBlock(std::uint64_t position) {
 // each released block is marked free before the header's free head points
 // at it. A crash anywhere leaves, at worst, blocks on no chain.
 void ChainInFile::setLength(std::uint64_t length) {
+  if (length == length_ && !blocks_.empty()) return;
   if (length > length_) {
     const std::uint64_t saved = offset_;
     seek(length);

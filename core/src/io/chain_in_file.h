@@ -109,6 +109,7 @@ class ContainerFile {
   // Adds 1 to the change counter and writes it.
   void bumpChangeCounter();
 
+  // The file's length, asked of the file once after each readHeader.
   std::uint64_t fileLength() const;
   // Exactly `count` bytes at `position`, else code 1.
   void readAt(std::uint64_t position, void* buffer, std::size_t count) const;
@@ -133,6 +134,8 @@ class ContainerFile {
   std::uint32_t default_capacity_ = 0;
   std::uint64_t change_counter_ = 0;
   bool header_read_ = false;
+  mutable std::uint64_t known_length_ = 0;
+  mutable bool length_known_ = false;
 };
 
 // The descriptor of one stream's chain of blocks, with a current position.
@@ -175,6 +178,7 @@ class ChainInFile {
  private:
   std::uint64_t dataStart(std::size_t index) const noexcept;
   void locate();
+  bool appendDirect(const unsigned char* data, std::uint64_t count);
   void appendBlock(std::uint64_t wanted);
   void takeFreeBlock();
   void appendAtEnd(std::uint64_t wanted);

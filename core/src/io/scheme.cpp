@@ -16,6 +16,7 @@
 #include "internal/chars.h"
 #include "internal/thread_annotations.h"
 #include "internal/throw.h"
+#include "io/storage_variant.h"
 #include "io/url_text.h"
 #include "platform/file_system.h"
 #include "rivet/suspend_monitor.h"
@@ -135,31 +136,36 @@ void check(platform::FsError error, const String& path, bool directory, const UR
   }
 }
 
-// A file of the operating system opened through the "file" scheme.
+// A file of the operating system opened through the "file" scheme. Its
+// position is kept here and every transfer is one positional call, so a
+// seek costs no system call.
 class NativeFile final : public UnknownImpl<IFile> {
  public:
   NativeFile(platform::FileHandle handle, String path, URL url)
-      : handle_(handle), path_(std::move(path)), url_(std::move(url)) {}
+      : handle_(handle), path_(std::move(path)), url_(std::move(url)) {
+    check(platform::file_position(handle_, position_), path_, false, url_);
+  }
   ~NativeFile() override { platform::close_file(handle_); }
   NativeFile(const NativeFile&) = delete;
   NativeFile& operator=(const NativeFile&) = delete;
 
   std::size_t read(void* buffer, std::size_t count) override {
     std::size_t done = 0;
-    check(platform::read_file(handle_, buffer, count, done), path_, false, url_);
+    check(platform::read_file_at(handle_, position_, buffer, count, done), path_, false, url_);
+    position_ += done;
     return done;
   }
   void write(const void* data, std::size_t count) override {
-    check(platform::write_file(handle_, data, count), path_, false, url_);
+    check(platform::write_file_at(handle_, position_, data, count), path_, false, url_);
+    position_ += count;
   }
   void seek(std::uint64_t position) override {
-    check(platform::seek_file(handle_, position), path_, false, url_);
+    if (position > static_cast<std::uint64_t>(INT64_MAX)) {
+      check(platform::FsError::kOther, path_, false, url_);
+    }
+    position_ = position;
   }
-  std::uint64_t position() override {
-    std::uint64_t at = 0;
-    check(platform::file_position(handle_, at), path_, false, url_);
-    return at;
-  }
+  std::uint64_t position() override { return position_; }
   std::uint64_t length() override {
     std::uint64_t size = 0;
     check(platform::file_length(handle_, size), path_, false, url_);
@@ -172,6 +178,7 @@ class NativeFile final : public UnknownImpl<IFile> {
   platform::FileHandle handle_;
   String path_;
   URL url_;
+  std::uint64_t position_ = 0;
 };
 
 platform::OpenMode open_mode(FileMode mode) {
@@ -601,6 +608,10 @@ SchemeRegistry::SchemeRegistry() : state_(new State) {
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"http", true, u"80")));
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"https", true, u"443")));
   registerScheme(InterfacePtr<IScheme>(new GenericScheme(u"ftp", true, u"21")));
+  for (const StorageVariant variant :
+       {StorageVariant::Storage32, StorageVariant::Storage32_64, StorageVariant::Storage64}) {
+    registerScheme(detail::make_storage_scheme(variant));
+  }
 }
 
 SchemeRegistry& SchemeRegistry::instance() {

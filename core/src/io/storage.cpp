@@ -1,4 +1,5 @@
-// Implements io/storage_entry.h: the entry record of 32-bit containers.
+// Implements io/storage_entry.h: the entry record of 32-bit containers (the
+// 64-bit ones keep the same record), and io/storage_variant.h for "q9stg".
 #include <algorithm>
 #include <optional>
 #include <string>
@@ -7,6 +8,7 @@
 #include "core/exception_classes.h"
 #include "core/url.h"
 #include "io/storage_entry.h"
+#include "io/storage_variant.h"
 
 namespace core {
 namespace {
@@ -29,6 +31,12 @@ std::uint64_t get_le(const std::string& bytes, std::size_t at, int width) {
 }
 
 }  // namespace
+
+const StorageVariantTraits& storage32_traits() noexcept {
+  static std::atomic<std::uint32_t> counter{0};
+  static const StorageVariantTraits traits{StorageVariant::Storage32, kLayout32, u"q9stg", counter};
+  return traits;
+}
 
 void write_entry_record(ChainInFile& stream, const EntryRecord& record) {
   std::string bytes;

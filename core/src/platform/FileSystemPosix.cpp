@@ -1,6 +1,7 @@
 // Implements platform/file_system.h on POSIX: files through file descriptors.
 #include <errno.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -135,10 +136,33 @@ FsError write_file(FileHandle file, const void* data, std::size_t count) {
   return FsError::kNone;
 }
 
-FsError seek_file(FileHandle file, std::uint64_t position) {
-  if (position > static_cast<std::uint64_t>(INT64_MAX)) return FsError::kOther;
-  return ::lseek(file.fd, static_cast<off_t>(position), SEEK_SET) < 0 ? from_errno(errno)
-                                                                      : FsError::kNone;
+FsError read_file_at(FileHandle file, std::uint64_t position, void* buffer, std::size_t count,
+                     std::size_t& read) {
+  read = 0;
+  if (position > static_cast<std::uint64_t>(INT64_MAX) - count) return FsError::kOther;
+  while (read < count) {
+    const ssize_t n = ::pread(file.fd, static_cast<char*>(buffer) + read, count - read,
+                              static_cast<off_t>(position + read));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return from_errno(errno);
+    if (n == 0) break;
+    read += static_cast<std::size_t>(n);
+  }
+  return FsError::kNone;
+}
+
+FsError write_file_at(FileHandle file, std::uint64_t position, const void* data,
+                      std::size_t count) {
+  if (position > static_cast<std::uint64_t>(INT64_MAX) - count) return FsError::kOther;
+  std::size_t written = 0;
+  while (written < count) {
+    const ssize_t n = ::pwrite(file.fd, static_cast<const char*>(data) + written, count - written,
+                               static_cast<off_t>(position + written));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return from_errno(errno);
+    written += static_cast<std::size_t>(n);
+  }
+  return FsError::kNone;
 }
 
 FsError file_position(FileHandle file, std::uint64_t& position) {
@@ -185,5 +209,16 @@ bool path_exists(std::u16string_view path) {
   struct stat info {};
   return ::stat(native.c_str(), &info) == 0;
 }
+
+FsError lock_file(FileHandle file, LockKind kind) {
+  const int operation = (kind == LockKind::kShared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+  for (;;) {
+    if (::flock(file.fd, operation) == 0) return FsError::kNone;
+    if (errno == EINTR) continue;
+    return errno == EWOULDBLOCK ? FsError::kBusy : from_errno(errno);
+  }
+}
+
+void unlock_file(FileHandle file) noexcept { ::flock(file.fd, LOCK_UN); }
 
 }  // namespace core::platform

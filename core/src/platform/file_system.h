@@ -39,7 +39,10 @@ FsError open_file(std::u16string_view path, OpenMode mode, FileHandle& out);
 void close_file(FileHandle& file) noexcept;
 FsError read_file(FileHandle file, void* buffer, std::size_t count, std::size_t& read);
 FsError write_file(FileHandle file, const void* data, std::size_t count);
-FsError seek_file(FileHandle file, std::uint64_t position);
+// At `position`, leaving the file's own position where it was.
+FsError read_file_at(FileHandle file, std::uint64_t position, void* buffer, std::size_t count,
+                     std::size_t& read);
+FsError write_file_at(FileHandle file, std::uint64_t position, const void* data, std::size_t count);
 FsError file_position(FileHandle file, std::uint64_t& position);
 FsError file_length(FileHandle file, std::uint64_t& length);
 FsError flush_file(FileHandle file);
@@ -48,6 +51,13 @@ FsError make_directory(std::u16string_view path);
 FsError remove_path(std::u16string_view path);
 FsError rename_path(std::u16string_view from, std::u16string_view to);
 bool path_exists(std::u16string_view path);
+
+// An advisory lock on a whole file, held by one open of it (other opens in
+// the same process conflict with it as other processes do). Taken without
+// waiting: kBusy when a conflicting lock is held.
+enum class LockKind { kShared, kExclusive };
+FsError lock_file(FileHandle file, LockKind kind);
+void unlock_file(FileHandle file) noexcept;
 
 }  // namespace core::platform
 
