@@ -263,14 +263,18 @@ TEST_F(StorageProcessTest, ReaderSeesTheWritersCommittedChanges) {
   int polls = 0;
   for (int status = 0;; ++polls) {
     const bool done = ::waitpid(child, &status, WNOHANG) == child;
-    if (done) ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    if (done) {
+      ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
     const std::vector<StorageEntryInfo> entries = reader->list(u"");
     ASSERT_GE(entries.size(), seen);
     seen = entries.size();
     for (const StorageEntryInfo& entry : entries) {
       const int i = std::stoi(entry.name.toUtf8().substr(1));
       const std::string bytes = read_all(*reader, entry.name);
-      if (!bytes.empty()) ASSERT_EQ(bytes, content(i)) << i;
+      if (!bytes.empty()) {
+        ASSERT_EQ(bytes, content(i)) << i;
+      }
     }
     if (done) break;
     // Leave the lock free most of the time: the writer tries every 20 ms.
