@@ -10,9 +10,9 @@ namespace coretool {
 namespace {
 
 const Command* const kCommands[] = {
-    &kCalcCommand,   &kCallCommand, &kConvertCommand, &kDateCommand,    &kDetectCommand,
-    &kFormatCommand, &kListCommand, &kLocaleCommand,  &kMessageCommand, &kMethodsCommand,
-    &kParamsCommand, &kUrlCommand,  &kValueCommand,   &kZonesCommand};
+    &kCalcCommand,   &kCallCommand,  &kConvertCommand, &kDateCommand,    &kDetectCommand,
+    &kFormatCommand, &kListCommand,  &kLocaleCommand,  &kMessageCommand, &kMethodsCommand,
+    &kParamsCommand, &kTableCommand, &kUrlCommand,     &kValueCommand,   &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

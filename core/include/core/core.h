@@ -52,6 +52,7 @@
 
 // Text: parameter strings, formats, encoding converters.
 #include "core/converter.h"
+#include "core/csv.h"
 #include "core/formats.h"
 #include "core/params.h"
 
