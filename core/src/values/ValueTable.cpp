@@ -762,6 +762,7 @@ Ranks rank_column(const std::vector<IValue*>& cells, icu::Collator*& collator,
   Ranks ranks(n, 0);
   std::vector<std::uint32_t> by_kind[7];
   for (std::size_t i = 0; i < n; ++i) {
+    if (i + 8 < n) __builtin_prefetch(cells[i + 8]);
     by_kind[kind_rank(type_code(cells[i]))].push_back(static_cast<std::uint32_t>(i));
   }
   std::uint32_t next = 0;
@@ -783,42 +784,46 @@ Ranks rank_column(const std::vector<IValue*>& cells, icu::Collator*& collator,
     next = assign_ranks(
         rows, [&](std::uint32_t a, std::uint32_t b) { return truth[a] == truth[b]; }, ranks, next);
   }
-  {  // Number: by value; whole numbers of up to 18 digits without a Numeric.
-    std::vector<std::uint32_t>& rows = by_kind[3];
+  {  // Number: by value. When every number, scaled to the largest fraction
+     // among them, fits 18 digits, the scaled integers are sorted instead.
+    const std::vector<std::uint32_t>& rows = by_kind[3];
     std::vector<Numeric> numbers(rows.size());
-    std::vector<long long> whole(rows.size());
-    bool all_whole = true;
-    std::vector<std::uint32_t> slot_of(n, 0);
+    unsigned scale = 0;
+    unsigned widest = 0;
     for (std::size_t i = 0; i < rows.size(); ++i) {
-      slot_of[rows[i]] = static_cast<std::uint32_t>(i);
+      if (i + 8 < rows.size()) __builtin_prefetch(cells[rows[i + 8]]);
       (void)cells[rows[i]]->getNumeric(numbers[i]);
       unsigned length = 0;
       unsigned precision = 0;
       numbers[i].lengthAndPrecision(length, precision);
-      if (precision == 0 && length <= 18) {
-        whole[i] = static_cast<long long>(numbers[i]);
-      } else {
-        all_whole = false;
-      }
+      scale = std::max(scale, precision);
+      widest = std::max(widest, length > precision ? length - precision : 0);
     }
-    if (all_whole) {
-      std::sort(rows.begin(), rows.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return whole[slot_of[a]] < whole[slot_of[b]];
-      });
-      next = assign_ranks(
-          rows,
-          [&](std::uint32_t a, std::uint32_t b) { return whole[slot_of[a]] == whole[slot_of[b]]; },
-          ranks, next);
+    if (widest + scale <= 18) {
+      Numeric factor(1);
+      for (unsigned i = 0; i < scale; ++i) factor *= Numeric(10);
+      std::vector<std::pair<long long, std::uint32_t>> keyed(rows.size());
+      for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (scale > 0) numbers[i] *= factor;
+        keyed[i] = {static_cast<long long>(numbers[i]), rows[i]};
+      }
+      std::sort(keyed.begin(), keyed.end());
+      for (std::size_t i = 0; i < keyed.size(); ++i) {
+        if (i > 0 && keyed[i].first != keyed[i - 1].first) ++next;
+        ranks[keyed[i].second] = next;
+      }
+      if (!keyed.empty()) ++next;
     } else {
-      std::sort(rows.begin(), rows.end(), [&](std::uint32_t a, std::uint32_t b) {
-        return numbers[slot_of[a]].compare(numbers[slot_of[b]]) < 0;
+      std::vector<std::uint32_t> order(rows.size());
+      for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<std::uint32_t>(i);
+      std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return numbers[a].compare(numbers[b]) < 0;
       });
-      next = assign_ranks(
-          rows,
-          [&](std::uint32_t a, std::uint32_t b) {
-            return numbers[slot_of[a]].compare(numbers[slot_of[b]]) == 0;
-          },
-          ranks, next);
+      for (std::size_t i = 0; i < order.size(); ++i) {
+        if (i > 0 && numbers[order[i]].compare(numbers[order[i - 1]]) != 0) ++next;
+        ranks[rows[order[i]]] = next;
+      }
+      if (!order.empty()) ++next;
     }
   }
   {  // Date: by time.
@@ -846,6 +851,7 @@ Ranks rank_column(const std::vector<IValue*>& cells, icu::Collator*& collator,
       std::vector<std::uint32_t> text_of(rows.size());
       std::vector<std::u16string_view> samples;
       for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (i + 8 < rows.size()) __builtin_prefetch(cells[rows[i + 8]]);
         (void)cells[rows[i]]->getString(texts[i]);
         const auto [at, added] = distinct.try_emplace(std::u16string_view(texts[i]),
                                                       static_cast<std::uint32_t>(samples.size()));
@@ -896,7 +902,10 @@ void ValueTableCore::sort(const std::vector<ValueTableSortKey>& keys) {
   std::uint64_t folded_limit = 1;
   for (std::size_t k = 0; k < keys.size(); ++k) {
     const int slot = column(keys[k].column)->slot_;
-    for (std::size_t i = 0; i < n; ++i) cells[i] = lines[i]->cells_[slot];
+    for (std::size_t i = 0; i < n; ++i) {
+      if (i + 8 < n) __builtin_prefetch(lines[i + 8].get());
+      cells[i] = lines[i]->cells_[slot];
+    }
     Ranks ranks = rank_column(cells, collator, collator_owner);
     std::uint32_t top = 0;
     for (const std::uint32_t rank : ranks) top = std::max(top, rank);
@@ -905,15 +914,14 @@ void ValueTableCore::sort(const std::vector<ValueTableSortKey>& keys) {
     }
     if (k > 0) {
       // Dense ranks of the keys so far keep the product below 2^62.
-      std::vector<std::uint32_t> order(n);
-      for (std::size_t i = 0; i < n; ++i) order[i] = static_cast<std::uint32_t>(i);
-      std::sort(order.begin(), order.end(),
-                [&](std::uint32_t a, std::uint32_t b) { return folded[a] < folded[b]; });
+      std::vector<std::pair<std::uint64_t, std::uint32_t>> order(n);
+      for (std::size_t i = 0; i < n; ++i) order[i] = {folded[i], static_cast<std::uint32_t>(i)};
+      std::sort(order.begin(), order.end());
       std::uint64_t rank = 0;
       std::vector<std::uint64_t> dense(n);
       for (std::size_t i = 0; i < n; ++i) {
-        if (i > 0 && folded[order[i]] != folded[order[i - 1]]) ++rank;
-        dense[order[i]] = rank;
+        if (i > 0 && order[i].first != order[i - 1].first) ++rank;
+        dense[order[i].second] = rank;
       }
       folded_limit = static_cast<std::uint64_t>(top) + 1;
       for (std::size_t i = 0; i < n; ++i) folded[i] = dense[i] * folded_limit + ranks[i];
@@ -954,6 +962,12 @@ void ValueTableCore::groupBy(const std::vector<int>& groups, const std::vector<i
   std::unordered_multimap<std::uint32_t, std::uint32_t> by_hash;
   by_hash.reserve(1024);
   for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (i + 8 < lines.size()) {
+      __builtin_prefetch(lines[i + 8].get());
+      if (i + 4 < lines.size() && !group_slots.empty()) {
+        __builtin_prefetch(lines[i + 4]->cells_[group_slots[0]]);
+      }
+    }
     const ValueTableLine* line = lines[i].get();
     std::uint32_t hash = 0;
     for (const int slot : group_slots) hash = combine_hash(hash, line->cells_[slot]);
@@ -979,6 +993,9 @@ void ValueTableCore::groupBy(const std::vector<int>& groups, const std::vector<i
   std::vector<Numeric> sums(firsts.size() * total_slots.size());
   Numeric term;
   for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (i + 4 < lines.size() && !total_slots.empty()) {
+      __builtin_prefetch(lines[i + 4]->cells_[total_slots[0]]);
+    }
     const ValueTableLine* line = lines[i].get();
     Numeric* row_sums = sums.data() + group_of[i] * total_slots.size();
     for (std::size_t t = 0; t < total_slots.size(); ++t) {
