@@ -313,6 +313,8 @@ class CORE_EXPORT ValueTableCore : public Refcountable<ValueTableCore, AtomicCou
 
   int takeSlot();
   void releaseCells(ValueTableLine* line) noexcept;
+  // releaseCells() of every line of `lines`, which then go.
+  void releaseLines(std::vector<RefPtr<ValueTableLine>>& lines) noexcept;
   void renumber(std::size_t from) noexcept;
   void indexInsert(ValueTableLine* line);
   void indexErase(ValueTableLine* line) noexcept;
