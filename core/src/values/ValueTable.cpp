@@ -750,6 +750,24 @@ int kind_rank(TypeCode code) {
   }
 }
 
+using Keyed = std::vector<std::pair<std::uint64_t, std::uint32_t>>;
+
+// Sorts `keyed` by key, keeping the order of equal keys (a least significant
+// digit radix sort: as many 11-bit passes as `max_key` needs).
+void radix_sort(Keyed& keyed, std::uint64_t max_key) {
+  constexpr int kBits = 11;
+  constexpr std::size_t kBuckets = std::size_t{1} << kBits;
+  Keyed spare(keyed.size());
+  for (int shift = 0; shift < 64 && (max_key >> shift) != 0; shift += kBits) {
+    std::vector<std::size_t> starts(kBuckets + 1, 0);
+    for (const auto& entry : keyed) ++starts[((entry.first >> shift) & (kBuckets - 1)) + 1];
+    for (std::size_t b = 1; b <= kBuckets; ++b) starts[b] += starts[b - 1];
+    for (const auto& entry : keyed)
+      spare[starts[(entry.first >> shift) & (kBuckets - 1)]++] = entry;
+    keyed.swap(spare);
+  }
+}
+
 using Ranks = std::vector<std::uint32_t>;
 
 // Gives the rows `rows` consecutive ranks from `next` on, equal where
@@ -821,12 +839,21 @@ Ranks rank_column(const std::vector<IValue*>& cells, icu::Collator*& collator,
     if (widest + scale <= 18) {
       Numeric factor(1);
       for (unsigned i = 0; i < scale; ++i) factor *= Numeric(10);
-      std::vector<std::pair<long long, std::uint32_t>> keyed(rows.size());
+      std::vector<long long> scaled(rows.size());
+      long long low = 0;
+      long long high = 0;
       for (std::size_t i = 0; i < rows.size(); ++i) {
         if (scale > 0) numbers[i] *= factor;
-        keyed[i] = {static_cast<long long>(numbers[i]), rows[i]};
+        scaled[i] = static_cast<long long>(numbers[i]);
+        low = i == 0 ? scaled[i] : std::min(low, scaled[i]);
+        high = i == 0 ? scaled[i] : std::max(high, scaled[i]);
       }
-      std::sort(keyed.begin(), keyed.end());
+      // Offsets from the smallest are unsigned and below 2 * 10^18.
+      Keyed keyed(rows.size());
+      for (std::size_t i = 0; i < rows.size(); ++i) {
+        keyed[i] = {static_cast<std::uint64_t>(scaled[i] - low), rows[i]};
+      }
+      radix_sort(keyed, static_cast<std::uint64_t>(high - low));
       for (std::size_t i = 0; i < keyed.size(); ++i) {
         if (i > 0 && keyed[i].first != keyed[i - 1].first) ++next;
         ranks[keyed[i].second] = next;
@@ -935,9 +962,9 @@ void ValueTableCore::sort(const std::vector<ValueTableSortKey>& keys) {
       const std::uint64_t width = static_cast<std::uint64_t>(top) + 1;
       if (folded_max >= (std::uint64_t{1} << 62) / width) {
         // Dense ranks of the keys so far keep the product below 2^62.
-        std::vector<std::pair<std::uint64_t, std::uint32_t>> order(n);
+        Keyed order(n);
         for (std::size_t i = 0; i < n; ++i) order[i] = {folded[i], static_cast<std::uint32_t>(i)};
-        std::sort(order.begin(), order.end());
+        radix_sort(order, folded_max);
         std::uint64_t rank = 0;
         for (std::size_t i = 0; i < n; ++i) {
           if (i > 0 && order[i].first != order[i - 1].first) ++rank;
@@ -952,9 +979,10 @@ void ValueTableCore::sort(const std::vector<ValueTableSortKey>& keys) {
       folded_max = top;
     }
   }
-  std::vector<std::pair<std::uint64_t, std::uint32_t>> order(n);
+  // In row order with a stable sort: ties keep their order.
+  Keyed order(n);
   for (std::size_t i = 0; i < n; ++i) order[i] = {folded[i], static_cast<std::uint32_t>(i)};
-  std::sort(order.begin(), order.end());
+  radix_sort(order, folded_max);
   std::vector<RefPtr<ValueTableLine>> sorted;
   sorted.reserve(n);
   for (const auto& entry : order) sorted.push_back(std::move(lines[entry.second]));

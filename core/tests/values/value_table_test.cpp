@@ -334,6 +334,32 @@ TEST(ValueTableSort, StringsFollowTheLocaleCollationAndTiesKeepTheirOrder) {
   });
 }
 
+// Numbers sort as scaled integers when they fit 18 digits, and as Numerics
+// otherwise; both give the same order, ties in row order.
+TEST(ValueTableSort, NumbersWithFractionsSignsAndHugeMagnitudes) {
+  const struct {
+    std::vector<const char*> values;
+    const char* order;
+  } cases[] = {
+      {{"2", "-1.5", "0.25", "-3", "2", "0.125"}, "3,1,5,2,0,4"},
+      {{"2", "-1.5", "100000000000000000000", "-3", "2", "0.125"}, "3,1,5,0,4,2"},
+      {{"0.000000000000000001", "0", "-0.000000000000000001"}, "2,1,0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.order);
+    const Value table = new_table();
+    call(prop(table, u"Columns"), u"Add", {Value(u"V")});
+    call(prop(table, u"Columns"), u"Add", {Value(u"I")});
+    for (std::size_t i = 0; i < c.values.size(); ++i) {
+      const Value row = call(table, u"Add");
+      set_prop(row, u"V", number(c.values[i]));
+      set_prop(row, u"I", Value(static_cast<int>(i)));
+    }
+    call(table, u"Sort", {Value(u"V")});
+    EXPECT_EQ(show_column(table, u"I"), c.order);
+  }
+}
+
 TEST(ValueTableGroupBy, SumsAreExactDecimals) {
   const Value table = new_table();
   call(prop(table, u"Columns"), u"Add", {Value(u"Key")});
