@@ -45,6 +45,7 @@ extern const Command kMessageCommand;
 extern const Command kMethodsCommand;
 extern const Command kParamsCommand;
 extern const Command kStorageCommand;
+extern const Command kTableCommand;
 extern const Command kUrlCommand;
 extern const Command kValueCommand;
 extern const Command kZonesCommand;

@@ -10,9 +10,10 @@ namespace coretool {
 namespace {
 
 const Command* const kCommands[] = {
-    &kCalcCommand,   &kCallCommand,    &kConvertCommand, &kDateCommand,    &kDetectCommand,
-    &kFormatCommand, &kListCommand,    &kLocaleCommand,  &kMessageCommand, &kMethodsCommand,
-    &kParamsCommand, &kStorageCommand, &kUrlCommand,     &kValueCommand,   &kZonesCommand};
+    &kCalcCommand,    &kCallCommand,    &kConvertCommand, &kDateCommand,
+    &kDetectCommand,  &kFormatCommand,  &kListCommand,    &kLocaleCommand,
+    &kMessageCommand, &kMethodsCommand, &kParamsCommand,  &kStorageCommand,
+    &kTableCommand,   &kUrlCommand,     &kValueCommand,   &kZonesCommand};
 
 void print_usage(std::FILE* out) {
   std::fputs("usage: coretool COMMAND [ARGUMENTS]\n\ncommands:\n", out);

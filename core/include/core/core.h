@@ -48,9 +48,11 @@
 #include "core/value.h"
 #include "core/value_impl.h"
 #include "core/value_interfaces.h"
+#include "core/value_table.h"
 
 // Text: parameter strings, formats, encoding converters.
 #include "core/converter.h"
+#include "core/csv.h"
 #include "core/formats.h"
 #include "core/params.h"
 

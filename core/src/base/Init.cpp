@@ -17,6 +17,7 @@
 #include "core/init.h"
 #include "core/scom.h"
 #include "core/thread.h"
+#include "core/value_table.h"
 #include "internal/icu.h"
 #include "internal/thread_annotations.h"
 #include "rivet/memory_manager.h"
@@ -113,6 +114,11 @@ const SCOM_ClassMapEntry kCoreClasses[] = {
     {kFixedMapTypeClsid, &collection_type_object<4>, nullptr},
     {kStructureTypeClsid, &collection_type_object<5>, nullptr},
     {kFixedStructureTypeClsid, &collection_type_object<6>, nullptr},
+    {kValueTableTypeClsid, &value_table_type_object<0>, nullptr},
+    {kValueTableColumnCollectionTypeClsid, &value_table_type_object<1>, nullptr},
+    {kValueTableColumnTypeClsid, &value_table_type_object<2>, nullptr},
+    {kValueTableRowTypeClsid, &value_table_type_object<3>, nullptr},
+    {kValueTableIndexCollectionTypeClsid, &value_table_type_object<4>, nullptr},
 };
 
 // The library's own component module: its messages are the bundle "basalt".
