@@ -3,7 +3,9 @@
 #define CORE_TESTS_TEST_UTIL_H_
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -13,6 +15,7 @@
 #include "core/messages.h"
 #include "core/string.h"
 #include "core/thread.h"
+#include "core/url.h"
 
 namespace core::testing {
 
@@ -90,6 +93,23 @@ inline String unescape_data_line(const std::string& line) {
   }
   return String::fromUtf8(utf8);
 }
+
+// A fixture with a fresh temporary directory, removed with its content when
+// the test ends.
+class TempDirTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = ::testing::TempDir() + "core_test_XXXXXX";
+    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+    dir_ = pattern;
+  }
+  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
+
+  // The URL of `name` inside the directory.
+  URL url(const std::string& name) const { return URL(String::fromUtf8(dir_ + "/" + name)); }
+
+  std::string dir_;
+};
 
 }  // namespace core::testing
 

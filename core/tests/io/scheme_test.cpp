@@ -215,26 +215,14 @@ TEST(SchemeRegistry, LookupsRaceWithChanges) {
   for (std::thread& reader : readers) reader.join();
 }
 
-// A temporary directory removed with its content at the end.
-class FileSchemeTest : public ::testing::Test {
+class FileSchemeTest : public testing::TempDirTest {
  protected:
-  void SetUp() override {
-    std::string pattern = ::testing::TempDir() + "core_url_XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    dir_ = pattern;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
-
-  URL url(const std::string& name) const { return URL(String::fromUtf8(dir_ + "/" + name)); }
-
   static std::string readAll(const URL& url) {
     auto file = SchemeRegistry::instance().openURL(url, FileMode::Read);
     std::string bytes(static_cast<std::size_t>(file->length()), '\0');
     EXPECT_EQ(file->read(bytes.data(), bytes.size()), bytes.size());
     return bytes;
   }
-
-  std::string dir_;
 };
 
 TEST_F(FileSchemeTest, OpensInEveryMode) {

@@ -375,19 +375,7 @@ TEST(StorageChainTest, ReportsFailuresAsStorageExceptionsNamingTheContainer) {
   }
 }
 
-class StorageChainFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string name = ::testing::TempDir() + "core_storage_XXXXXX";
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    dir_ = name;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
-
-  URL url(const char* name) const { return URL(String::fromUtf8(dir_ + "/" + name)); }
-
-  std::string dir_;
-};
+using StorageChainFileTest = testing::TempDirTest;
 
 TEST_F(StorageChainFileTest, RoundTripsThroughTheFileScheme) {
   for (const Variant& variant : kVariants) {

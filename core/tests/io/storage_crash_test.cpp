@@ -20,6 +20,7 @@
 #include "core/exception.h"
 #include "core/storage.h"
 #include "core/url.h"
+#include "test_util.h"
 
 namespace core {
 namespace {
@@ -68,17 +69,7 @@ std::string difference(const std::string& got, const std::string& wanted) {
          ", first difference at " + std::to_string(at);
 }
 
-class StorageProcessTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string name = ::testing::TempDir() + "core_storage_XXXXXX";
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    dir_ = name;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
-  URL url(const char* name) const { return URL(String::fromUtf8(dir_ + "/" + name)); }
-  std::string dir_;
-};
+using StorageProcessTest = testing::TempDirTest;
 
 // The writer's side of a round: random operations until it is killed,
 // each announced on `out` before it starts ("B path") and after it is

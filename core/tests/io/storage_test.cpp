@@ -330,17 +330,7 @@ TEST(Storage, CheckReportsLeakedAndSharedBlocks) {
   EXPECT_TRUE(found);
 }
 
-class StorageFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string name = ::testing::TempDir() + "core_storage_XXXXXX";
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    dir_ = name;
-  }
-  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
-  URL url(const char* name) const { return URL(String::fromUtf8(dir_ + "/" + name)); }
-  std::string dir_;
-};
+using StorageFileTest = testing::TempDirTest;
 
 // Two holders of one file see each other's changes through the change
 // counter; a holder opened for reading cannot write.
