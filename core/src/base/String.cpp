@@ -97,7 +97,7 @@ String::String(const char16_t* text) : String(viewOf(text)) {}
 String::String(const char16_t* text, std::size_t count) : word_(0), room_{} {
   if (count == 0) return;
   if (count <= kInlineCapacity) {
-    static_assert(kInlineCapacity * sizeof(char16_t) <= 2 * 16);
+    static_assert(kInlineCapacity * sizeof(char16_t) <= std::size_t{2} * 16);
     copy_short_units(room_, text, count);
   } else {
     char16_t* heap = allocate_text(count);
