@@ -55,33 +55,6 @@ void copy_units(char16_t* to, const char16_t* from, std::size_t count) noexcept 
   if (count != 0) std::memmove(to, from, count * sizeof(char16_t));
 }
 
-// Copies `bytes` bytes as two moves of kWidth bytes, the second ending at
-// the end; they overlap when bytes < 2 * kWidth.
-// REQUIRES: kWidth <= bytes; `to` and `from` apart.
-template <std::size_t kWidth>
-void copy_two_moves(unsigned char* to, const unsigned char* from, std::size_t bytes) noexcept {
-  std::memcpy(to, from, kWidth);
-  std::memcpy(to + bytes - kWidth, from + bytes - kWidth, kWidth);
-}
-
-// copy_units() for 1..kInlineCapacity units into separate storage: a few
-// fixed-size moves instead of a call, which a short text's copy would
-// spend most of its time in.
-void copy_short_units(char16_t* to, const char16_t* from, std::size_t count) noexcept {
-  auto* target = reinterpret_cast<unsigned char*>(to);
-  const auto* source = reinterpret_cast<const unsigned char*>(from);
-  const std::size_t bytes = count * sizeof(char16_t);
-  if (bytes >= 16) {
-    copy_two_moves<16>(target, source, bytes);
-  } else if (bytes >= 8) {
-    copy_two_moves<8>(target, source, bytes);
-  } else if (bytes >= 4) {
-    copy_two_moves<4>(target, source, bytes);
-  } else {
-    std::memcpy(target, source, sizeof(char16_t));
-  }
-}
-
 // Four units per step while they last, then one at a time.
 std::size_t hash_units(const char16_t* units, std::size_t left) noexcept {
   detail::UnitHasher hasher;
@@ -97,8 +70,7 @@ String::String(const char16_t* text) : String(viewOf(text)) {}
 String::String(const char16_t* text, std::size_t count) : word_(0), room_{} {
   if (count == 0) return;
   if (count <= kInlineCapacity) {
-    static_assert(kInlineCapacity * sizeof(char16_t) <= std::size_t{2} * 16);
-    copy_short_units(room_, text, count);
+    copy_units(room_, text, count);
   } else {
     char16_t* heap = allocate_text(count);
     copy_units(heap, text, count);
