@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/collections.h"
 #include "core/date.h"
 #include "core/exception.h"
 #include "core/io.h"
@@ -168,9 +169,51 @@ void add_params(Corpus& corpus, const fs::path& data) {
   }
 }
 
+// The collections target: `values` held in every kind of collection, as
+// the brace-list text it reads after an odd first byte (UTF-8); and, after
+// an even one, a run of calls of each method of each pooled collection
+// with a Number and a String argument.
+void add_collections(Corpus& corpus, const std::vector<core::Value>& values) {
+  for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{4}, values.size()}) {
+    const core::InterfacePtr<core::Array> array = core::create_array();
+    const core::InterfacePtr<core::Map> map = core::create_map();
+    const core::InterfacePtr<core::Structure> structure = core::create_structure();
+    for (std::size_t i = 0; i < size && i < values.size(); ++i) {
+      array->add(values[i]);
+      map->insert(values[i], core::Value(static_cast<int>(i)));
+      structure->insert(core::Value(core::String::fromUtf8("Field" + std::to_string(i))),
+                        values[i]);
+    }
+    const core::Value pair(
+        core::create_key_and_value(core::Value(array.get()), core::Value(map.get())).get());
+    for (const core::Value& collection :
+         {core::Value(array.get()), core::Value(core::create_fixed_array(*array).get()),
+          core::Value(map.get()), core::Value(core::create_fixed_map(*map).get()),
+          core::Value(structure.get()), core::Value(core::create_fixed_structure(*structure).get()),
+          pair}) {
+      core::String text;
+      collection.toString(text);
+      corpus["collections_fuzzer"].push_back('\1' + text.toUtf8());
+    }
+  }
+  // Steps: operation 0 (a call), the pooled collection, two arguments (a
+  // Number 5, the text "Name"), the method.
+  constexpr int kPoolTypes = 7;
+  constexpr int kMethods = 10;
+  for (int target = 0; target < kPoolTypes; ++target) {
+    std::string calls(1, '\0');
+    for (int method = 0; method < kMethods; ++method) {
+      calls += {'\0', static_cast<char>(target), '\2', '\0', '\x69', '\2',
+                '\0', static_cast<char>(method)};
+    }
+    corpus["collections_fuzzer"].push_back(calls);
+  }
+}
+
 // formats.txt: the format strings, the numbers and dates formatted, and the
-// expected texts as UTF-8.
+// expected texts as UTF-8; the numbers and texts held in collections too.
 void add_formats(Corpus& corpus, const fs::path& data) {
+  std::vector<core::Value> held;
   for (const std::string& line : read_lines(data / "formats.txt")) {
     const auto fields = split(line, " | ");
     if (fields.size() != 5) continue;
@@ -182,7 +225,10 @@ void add_formats(Corpus& corpus, const fs::path& data) {
       core::Numeric number;
       const char* end = nullptr;
       number.fromString(value.c_str(), &end);
-      if (end != nullptr && *end == '\0') add_value(corpus, core::Value(number));
+      if (end != nullptr && *end == '\0') {
+        add_value(corpus, core::Value(number));
+        held.emplace_back(number);
+      }
     } else if (fields[0] == "date" && value != "empty") {
       corpus["date_fuzzer"].push_back(value);
       corpus["date_fuzzer"].push_back(utf16_bytes(core::String::fromUtf8(value)));
@@ -190,7 +236,11 @@ void add_formats(Corpus& corpus, const fs::path& data) {
       if (date.fromString(value.c_str())) add_value(corpus, core::Value(date));
     }
     add_value(corpus, core::Value(unescape(fields[3])));
+    held.emplace_back(unescape(fields[4]));
   }
+  constexpr std::size_t kHeld = 24;
+  if (held.size() > kHeld) held.resize(kHeld);
+  add_collections(corpus, held);
 }
 
 // urls.txt: the parts joined; urls_combine.txt: the bases and references.

@@ -12,6 +12,7 @@
 #include "core/parameter_errors.h"
 #include "internal/chars.h"
 #include "internal/throw.h"
+#include "values/value_objects.h"
 
 namespace core {
 namespace {
@@ -21,8 +22,9 @@ namespace {
 // to exhaust memory.
 constexpr long long kMaxConstructedElements = 1LL << 26;
 
-void put_result(GenericValue* ret_val, const GenericValue& value) {
-  if (ret_val != nullptr) ret_val->assign(value);
+// A stored element: its held value is read without a virtual call.
+void put_result(GenericValue* ret_val, const Value& value) {
+  if (ret_val != nullptr) ret_val->setIValue(value.Value::getIValue());
 }
 void put_result(GenericValue* ret_val, int value) {
   if (ret_val != nullptr) ret_val->assign(value);
@@ -89,10 +91,10 @@ bool accepts_call(IContextDefBase* self, const ContextTable& table, int method,
   if (method < 0 || static_cast<std::size_t>(method) >= table.methods.size()) return false;
   const auto count =
       static_cast<std::size_t>(table.methods[static_cast<std::size_t>(method)].n_params);
-  if (params.size() < count ||
-      std::any_of(params.begin(), params.begin() + static_cast<std::ptrdiff_t>(count),
-                  [](const GenericValue* param) { return param == nullptr; })) {
-    detail::throw_not_enough_parameters(self, method);
+  if (params.size() < count) detail::throw_not_enough_parameters(self, method);
+  // A plain loop: the methods take at most two parameters.
+  for (std::size_t i = 0; i < count; ++i) {
+    if (params[i] == nullptr) detail::throw_not_enough_parameters(self, method);
   }
   return true;
 }
@@ -107,9 +109,12 @@ ContextException collect_error_bad_index() { return ContextException("IDS_INDEX_
 ContextException collect_error_bad_offset() { return ContextException("IDS_COLLECTION_BADOFFSET"); }
 
 long long collection_index_argument(const GenericValue& value, unsigned param) {
-  if (!is_number(value)) parameter_type_mismatch(param);
+  IValue* held = value.getIValue();
+  // The library's own Numbers are read in place, without a copy.
+  if (const Numeric* number = detail::held_number(held)) return static_cast<long long>(*number);
+  if (held->getIType()->getTypeCode() != TypeCode::Number) parameter_type_mismatch(param);
   Numeric number;
-  (void)value.getNumeric(number);  // the type code says it converts
+  (void)held->getNumeric(number);  // the type code says it converts
   return static_cast<long long>(number);
 }
 
@@ -462,7 +467,7 @@ void map_get(const MapStorage& map, GenericValue* ret_val, std::vector<GenericVa
   if (found == nullptr) {
     ret_val->clear();
   } else {
-    ret_val->assign(*found);
+    put_result(ret_val, *found);
   }
 }
 

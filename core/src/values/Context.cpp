@@ -6,6 +6,7 @@
 #include <bit>
 #include <memory>
 #include <optional>
+#include <typeinfo>
 #include <unordered_map>
 #include <utility>
 
@@ -659,33 +660,57 @@ void set_context_property(IContext* context, const String& name, const GenericVa
 
 namespace {
 
+// The table of `def` when it is a static definition, read without a
+// virtual call per question: the built-in objects' calls go this way. An
+// exact type check costs less than a dynamic_cast.
+const ContextTable* static_table(IContextDefBase* def) noexcept {
+  return typeid(*def) == typeid(StaticContextDef) ? &static_cast<StaticContextDef*>(def)->table()
+                                                  : nullptr;
+}
+
+// No argument null. A plain loop: calls have a few arguments, too few for
+// the unrolled search of the standard algorithms to pay.
+bool all_given(const std::vector<GenericValue*>& args) noexcept {
+  for (const GenericValue* arg : args) {
+    if (arg == nullptr) return false;
+  }
+  return true;
+}
+
+// A call with arguments missing: the defaults of the missing ones are lent
+// for the call. Kept apart so that the common call needs no room for them.
+[[gnu::noinline]] bool call_with_defaults(IContext* context, IContextDefBase* def, int method,
+                                          int count, std::vector<GenericValue*>& args,
+                                          GenericValue* result) {
+  CallArguments lent(args, count);
+  for (int i = 0; i < count; ++i) {
+    GenericValue*& arg = args[static_cast<std::size_t>(i)];
+    if (arg != nullptr) continue;
+    GenericValue* slot = lent.nextDefault();
+    if (!def->getParamDefValue(method, i, slot)) detail::throw_not_enough_parameters(def, method);
+    arg = slot;
+  }
+  return context->call(method, result, args);
+}
+
 // The call itself, once the method is known in `def`, the context's
-// definition.
-void call_method(IContext* context, IContextDefBase* def, int method,
+// definition (`table` when static, or null).
+void call_method(IContext* context, IContextDefBase* def, const ContextTable* table, int method,
                  std::vector<GenericValue*>& args, GenericValue* ret_val) {
-  const int count = def->getNParams(method);
+  const ContextMethodDecl* decl = table != nullptr && in_range(method, table->methods.size())
+                                      ? &table->methods[method]
+                                      : nullptr;
+  const int count = decl != nullptr ? decl->n_params : def->getNParams(method);
   if (args.size() > static_cast<std::size_t>(count)) {
     throw_context_error("IDS_TOO_MANY_PARAMETERS", member_name(def, true, method));
   }
-  const bool returns = def->hasRetVal(method);
+  const bool returns = decl != nullptr ? decl->returns : def->hasRetVal(method);
   if (ret_val != nullptr && !returns) ret_val->clear();
   GenericValue* const result = returns ? ret_val : nullptr;
-  bool called = false;
-  if (args.size() == static_cast<std::size_t>(count) &&
-      std::find(args.begin(), args.end(), nullptr) == args.end()) {
-    // Every argument given: nothing to lend.
-    called = context->call(method, result, args);
-  } else {
-    CallArguments lent(args, count);
-    for (int i = 0; i < count; ++i) {
-      GenericValue*& arg = args[static_cast<std::size_t>(i)];
-      if (arg != nullptr) continue;
-      GenericValue* slot = lent.nextDefault();
-      if (!def->getParamDefValue(method, i, slot)) detail::throw_not_enough_parameters(def, method);
-      arg = slot;
-    }
-    called = context->call(method, result, args);
-  }
+  // Every argument given: nothing to lend.
+  const bool called = args.size() == static_cast<std::size_t>(count) && all_given(args)
+                          ? context->call(method, result, args)
+                          : call_with_defaults(context, def, method, count, args, result);
   if (!called) throw_context_error("IDS_RTE_PROP_NOTFOUND", member_name(def, true, method));
 }
 
@@ -696,16 +721,17 @@ void call_context_method(IContext* context, const String& name, std::vector<Gene
   IContextDefBase* def = context->getIContextDef();
   const int method = def->findMethod(name);
   if (method < 0) throw_context_error("IDS_RTE_PROP_NOTFOUND", name);
-  call_method(context, def, method, args, ret_val);
+  call_method(context, def, static_table(def), method, args, ret_val);
 }
 
 void call_context_method(IContext* context, int method, std::vector<GenericValue*>& args,
                          GenericValue* ret_val) {
   IContextDefBase* def = context->getIContextDef();
-  if (method < 0 || method >= def->getNMethods()) {
-    throw_context_error("IDS_RTE_PROP_NOTFOUND", String());
-  }
-  call_method(context, def, method, args, ret_val);
+  const ContextTable* table = static_table(def);
+  const int methods =
+      table != nullptr ? static_cast<int>(table->methods.size()) : def->getNMethods();
+  if (method < 0 || method >= methods) throw_context_error("IDS_RTE_PROP_NOTFOUND", String());
+  call_method(context, def, table, method, args, ret_val);
 }
 
 IContext* context_of(IUnknown* object) noexcept {

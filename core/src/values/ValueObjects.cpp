@@ -460,6 +460,11 @@ int32_t number_hash(const Numeric& number) {
   return static_cast<int32_t>(hash);
 }
 
+const Numeric* held_number(IValue* value) noexcept {
+  return typeid(*value) == typeid(NumberValue) ? &static_cast<NumberValue*>(value)->value()
+                                               : nullptr;
+}
+
 IType* primitive_type(TypeCode code) noexcept {
   switch (code) {
     case TypeCode::Undefined:

@@ -28,6 +28,11 @@ inline constexpr GUID kTypeTypeClsid = {
 // number.
 int32_t number_hash(const Numeric& number);
 
+// The number `value` holds, read in place, when it is one of the library's
+// own Number values; null for any other value (a Number implemented
+// elsewhere included: ask its getNumeric()).
+const Numeric* held_number(IValue* value) noexcept;
+
 // The primitive type singleton of `code`, or null.
 IType* primitive_type(TypeCode code) noexcept;
 
