@@ -11,6 +11,7 @@
 #include "core/numeric.h"
 #include "core/parameter_errors.h"
 #include "internal/chars.h"
+#include "internal/kept_types.h"
 #include "internal/throw.h"
 #include "values/value_objects.h"
 
@@ -952,19 +953,13 @@ class CollectionType final : public ObjectTypeCore, public IDeserializingType {
   const TypeDecl& decl_;
 };
 
-IType* collection_type(int kind) noexcept {
-  // Values keep their type without a reference and may outlive the
-  // library's module: the process keeps one reference to each for good.
-  static CollectionType* const* const types = [] {
-    static CollectionType* made[kKindCount];
-    for (int i = 0; i < kKindCount; ++i) {
-      made[i] = new CollectionType(kTypes[i]);
-      made[i]->acquire();
-    }
-    return made;
-  }();
-  return types[kind];
+const detail::KeptTypes<CollectionType, kKindCount>& collection_types() {
+  static const auto* const types = new detail::KeptTypes<CollectionType, kKindCount>(
+      [](int kind) { return new CollectionType(kTypes[kind]); });
+  return *types;
 }
+
+IType* collection_type(int kind) noexcept { return collection_types().get(kind); }
 
 }  // namespace
 
@@ -972,9 +967,7 @@ namespace detail {
 
 template <int kIndex>
 IUnknown* collection_type_object() {
-  IType* type = collection_type(kIndex);
-  type->acquire();
-  return type;
+  return collection_types().acquire(kIndex);
 }
 
 template IUnknown* collection_type_object<0>();

@@ -23,6 +23,7 @@
 #include "core/typed_value.h"
 #include "internal/chars.h"
 #include "internal/icu.h"
+#include "internal/kept_types.h"
 #include "internal/throw.h"
 
 namespace core {
@@ -1938,19 +1939,13 @@ class TableType final : public ObjectTypeCore, public IDeserializingType {
   int kind_;
 };
 
-IType* table_type(int kind) noexcept {
-  // Values keep their type without a reference: the process keeps one
-  // reference to each for good.
-  static TableType* const* const types = [] {
-    static TableType* made[kKindCount];
-    for (int i = 0; i < kKindCount; ++i) {
-      made[i] = new TableType(i);
-      made[i]->acquire();
-    }
-    return made;
-  }();
-  return types[kind];
+const detail::KeptTypes<TableType, kKindCount>& table_types() {
+  static const auto* const types =
+      new detail::KeptTypes<TableType, kKindCount>([](int kind) { return new TableType(kind); });
+  return *types;
 }
+
+IType* table_type(int kind) noexcept { return table_types().get(kind); }
 
 }  // namespace
 
@@ -1958,9 +1953,7 @@ namespace detail {
 
 template <int kIndex>
 IUnknown* value_table_type_object() {
-  IType* type = table_type(kIndex);
-  type->acquire();
-  return type;
+  return table_types().acquire(kIndex);
 }
 
 template IUnknown* value_table_type_object<0>();
