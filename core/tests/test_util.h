@@ -9,13 +9,18 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #include "core/application_context.h"
 #include "core/exception.h"
+#include "core/io.h"
+#include "core/list_stream.h"
 #include "core/messages.h"
+#include "core/persistence.h"
 #include "core/string.h"
 #include "core/thread.h"
 #include "core/url.h"
+#include "core/value.h"
 
 namespace core::testing {
 
@@ -92,6 +97,31 @@ inline String unescape_data_line(const std::string& line) {
     }
   }
   return String::fromUtf8(utf8);
+}
+
+// Writes `value` and reads it back, in the text and in the binary encoding.
+inline std::vector<Value> round_trips(const Value& value) {
+  std::vector<Value> read;
+  String text;
+  value.toString(text);
+  Value from_text;
+  GenericValue::fromString(text, from_text);
+  read.push_back(from_text);
+
+  InterfacePtr<MemoryFile> bytes(new MemoryFile);
+  {
+    InterfacePtr<ListOutPersistenceStorage> out(
+        new ListOutPersistenceStorage(ListOutStream(bytes.get())));
+    value.serialize(out.get());
+    out->writer().close();
+  }
+  bytes->seek(0);
+  InterfacePtr<ListInPersistenceStorage> in(
+      new ListInPersistenceStorage(ListInStream(bytes.get())));
+  Value from_binary;
+  GenericValue::deserialize(in.get(), from_binary);
+  read.push_back(from_binary);
+  return read;
 }
 
 // A fixture with a fresh temporary directory, removed with its content when

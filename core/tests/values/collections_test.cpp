@@ -387,31 +387,6 @@ TEST(CollectionTest, EqualityIsIdentity) {
   EXPECT_TRUE(a.equals(Value(a)));
 }
 
-// Writes `value` and reads it back, in the text and in the binary encoding.
-std::vector<Value> round_trips(const Value& value) {
-  std::vector<Value> read;
-  String text;
-  value.toString(text);
-  Value from_text;
-  GenericValue::fromString(text, from_text);
-  read.push_back(from_text);
-
-  InterfacePtr<MemoryFile> bytes(new MemoryFile);
-  {
-    InterfacePtr<ListOutPersistenceStorage> out(
-        new ListOutPersistenceStorage(ListOutStream(bytes.get())));
-    value.serialize(out.get());
-    out->writer().close();
-  }
-  bytes->seek(0);
-  InterfacePtr<ListInPersistenceStorage> in(
-      new ListInPersistenceStorage(ListInStream(bytes.get())));
-  Value from_binary;
-  GenericValue::deserialize(in.get(), from_binary);
-  read.push_back(from_binary);
-  return read;
-}
-
 TEST(CollectionTest, StoredFormReadsBackElementByElement) {
   const Value inner = make(u"Structure", {Value(u"Name, Age"), Value(u"Ivan"), Value(42)});
   const Value map = make(u"Map");
@@ -423,7 +398,7 @@ TEST(CollectionTest, StoredFormReadsBackElementByElement) {
   call(array, u"Add", {make(u"FixedArray", {array})});
   call(array, u"Add", {make(u"FixedMap", {map})});
   call(array, u"Add", {make(u"FixedStructure", {inner})});
-  for (const Value& back : round_trips(array)) {
+  for (const Value& back : testing::round_trips(array)) {
     ASSERT_EQ(back.type().getIType(), Type(u"Array").getIType());
     EXPECT_TRUE(call(back, u"Count").equals(5));
     const Value back_map = call(back, u"Get", {Value(0)});
@@ -440,7 +415,7 @@ TEST(CollectionTest, StoredFormReadsBackElementByElement) {
     EXPECT_TRUE(prop(call(back, u"Get", {Value(4)}), u"Age").equals(42));
   }
   const InterfacePtr<KeyAndValue> pair = create_key_and_value(Value(1), Value(u"x"));
-  for (const Value& back : round_trips(Value(static_cast<IValue*>(pair.get())))) {
+  for (const Value& back : testing::round_trips(Value(static_cast<IValue*>(pair.get())))) {
     EXPECT_TRUE(prop(back, u"Key").equals(1));
     EXPECT_TRUE(prop(back, u"Значение").equals(u"x"));
   }

@@ -460,36 +460,13 @@ TEST(ValueTableCopy, RowsAndColumnsChosen) {
             String(u"Number(15,2)"));
 }
 
-std::vector<Value> round_trips(const Value& value) {
-  std::vector<Value> read;
-  String text;
-  value.toString(text);
-  Value from_text;
-  GenericValue::fromString(text, from_text);
-  read.push_back(from_text);
-  InterfacePtr<MemoryFile> bytes(new MemoryFile);
-  {
-    InterfacePtr<ListOutPersistenceStorage> out(
-        new ListOutPersistenceStorage(ListOutStream(bytes.get())));
-    value.serialize(out.get());
-    out->writer().close();
-  }
-  bytes->seek(0);
-  InterfacePtr<ListInPersistenceStorage> in(
-      new ListInPersistenceStorage(ListInStream(bytes.get())));
-  Value from_binary;
-  GenericValue::deserialize(in.get(), from_binary);
-  read.push_back(from_binary);
-  return read;
-}
-
 TEST(ValueTableStoredForm, ReadsBackEqualInBothEncodings) {
   const Value table = base_table();
   set_prop(call(prop(table, u"Columns"), u"Get", {Value(1)}), u"Title", Value(u"Имя"));
   const Value inner = base_table();
   call(prop(table, u"Columns"), u"Add", {Value(u"Nested")});
   set_prop(call(table, u"Get", {Value(0)}), u"Nested", inner);
-  for (const Value& back : round_trips(table)) {
+  for (const Value& back : testing::round_trips(table)) {
     ASSERT_NE(value_table_of(back.getIValue()), nullptr);
     EXPECT_EQ(show_table(call(back, u"Copy", {Value(), Value(u"Code, Name, Amount")})),
               show_table(call(table, u"Copy", {Value(), Value(u"Code, Name, Amount")})));
