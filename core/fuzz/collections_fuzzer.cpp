@@ -14,24 +14,15 @@
 #include "core/exception.h"
 #include "core/type.h"
 #include "core/value.h"
+#include "fuzz_input.h"
 
 namespace {
+
+using core::fuzz::Input;
 
 constexpr const char16_t* kTypes[] = {u"Array",     u"FixedArray",     u"Map",        u"FixedMap",
                                       u"Structure", u"FixedStructure", u"KeyAndValue"};
 constexpr const char16_t* kTexts[] = {u"Name", u" name ", u"Имя", u"1x", u"", u"a b", u"_"};
-
-class Input {
- public:
-  Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-  bool empty() const { return position_ >= size_; }
-  std::uint8_t next() { return position_ < size_ ? data_[position_++] : 0; }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-  std::size_t position_ = 0;
-};
 
 core::Value argument(Input& in, const std::vector<core::Value>& pool) {
   const std::uint8_t kind = in.next();
@@ -112,24 +103,8 @@ void fuzz_calls(Input& in) {
   }
 }
 
-void fuzz_reading(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
-  try {
-    core::Value read;
-    core::GenericValue::fromString(core::String::fromUtf8(text), read);
-  } catch (const core::Exception&) {
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 1) return 0;
-  if ((data[0] & 1) != 0) {
-    fuzz_reading(data + 1, size - 1);
-    return 0;
-  }
-  Input in(data + 1, size - 1);
-  fuzz_calls(in);
-  return 0;
+  return core::fuzz::calls_or_brace_list(data, size, fuzz_calls);
 }

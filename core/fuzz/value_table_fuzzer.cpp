@@ -15,8 +15,11 @@
 #include "core/type.h"
 #include "core/value.h"
 #include "core/value_table.h"
+#include "fuzz_input.h"
 
 namespace {
+
+using core::fuzz::Input;
 
 constexpr const char16_t* kWords[] = {
     u"A",           u"b",         u"Сумма", u"A, b",    u"b Desc, A", u"A Убыв",
@@ -32,18 +35,6 @@ constexpr const char16_t* kColumnMethods[] = {u"Count", u"IndexOf", u"Insert", u
                                               u"Move",  u"Clear",   u"Find",   u"Get"};
 constexpr const char16_t* kIndexMethods[] = {u"Count", u"Add", u"Delete", u"Clear"};
 constexpr const char16_t* kRowMembers[] = {u"A", u"b", u"Сумма", u"Owner", u"Get", u"Set"};
-
-class Input {
- public:
-  Input(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
-  bool empty() const { return position_ >= size_; }
-  std::uint8_t next() { return position_ < size_ ? data_[position_++] : 0; }
-
- private:
-  const std::uint8_t* data_;
-  std::size_t size_;
-  std::size_t position_ = 0;
-};
 
 core::Value argument(Input& in, const std::vector<core::Value>& pool) {
   const std::uint8_t kind = in.next();
@@ -130,24 +121,8 @@ void fuzz_calls(Input& in) {
   }
 }
 
-void fuzz_reading(const std::uint8_t* data, std::size_t size) {
-  const std::string text(reinterpret_cast<const char*>(data), size);
-  try {
-    core::Value read;
-    core::GenericValue::fromString(core::String::fromUtf8(text), read);
-  } catch (const core::Exception&) {
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 1) return 0;
-  if ((data[0] & 1) != 0) {
-    fuzz_reading(data + 1, size - 1);
-    return 0;
-  }
-  Input in(data + 1, size - 1);
-  fuzz_calls(in);
-  return 0;
+  return core::fuzz::calls_or_brace_list(data, size, fuzz_calls);
 }
