@@ -119,6 +119,7 @@ TEST(ConverterRegression, NameWasIcusInternalName) {
     const Converter converter(c.name);
     EXPECT_EQ(converter.name(), String(c.name));
     EXPECT_EQ(StreamConverterToUnicode(c.name).name(), String(c.name));
+    EXPECT_EQ(StreamConverterFromUnicode(c.name).name(), String(c.name));
     if (c.bad_bytes == nullptr) continue;
     const String expected = load_core_wstring("IDS_CNVERROR_BADDATA") + u" '" + c.name + u"'";
     try {
