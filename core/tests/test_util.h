@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/application_context.h"
+#include "core/context.h"
 #include "core/exception.h"
 #include "core/io.h"
 #include "core/list_stream.h"
@@ -97,6 +98,29 @@ inline String unescape_data_line(const std::string& line) {
     }
   }
   return String::fromUtf8(utf8);
+}
+
+// What script code "object.Method(args)" does, through the calling helper;
+// the result of a procedure is Undefined.
+inline Value call(const Value& object, const char16_t* method, std::vector<Value> args = {}) {
+  std::vector<GenericValue*> params;
+  params.reserve(args.size());
+  for (Value& arg : args) params.push_back(&arg);
+  Value result;
+  call_context_method(context_of(object.getIValue()), String(method), params, &result);
+  return result;
+}
+
+// What script code "object.Name" reads.
+inline Value prop(const Value& object, const char16_t* name) {
+  Value value;
+  get_context_property(context_of(object.getIValue()), String(name), value);
+  return value;
+}
+
+// What script code "object.Name = value" does.
+inline void set_prop(const Value& object, const char16_t* name, const Value& value) {
+  set_context_property(context_of(object.getIValue()), String(name), value);
 }
 
 // Writes `value` and reads it back, in the text and in the binary encoding.

@@ -21,22 +21,8 @@ Value make(const char16_t* type_name, std::initializer_list<Value> args = {}) {
   return Value(Type(type_name).getIType()->ctor(params).get());
 }
 
-// What script code "object.Method(args)" does; the result of a procedure is
-// Undefined.
-Value call(const Value& object, const char16_t* method, std::initializer_list<Value> args = {}) {
-  std::vector<Value> held(args);
-  std::vector<GenericValue*> params;
-  for (Value& arg : held) params.push_back(&arg);
-  Value result;
-  call_context_method(context_of(object.getIValue()), String(method), params, &result);
-  return result;
-}
-
-Value prop(const Value& object, const char16_t* name) {
-  Value value;
-  get_context_property(context_of(object.getIValue()), String(name), value);
-  return value;
-}
+using testing::call;
+using testing::prop;
 
 String text(const Value& value) { return to_string(value); }
 

@@ -20,23 +20,9 @@
 namespace core {
 namespace {
 
-Value call(const Value& object, const char16_t* method, std::vector<Value> args = {}) {
-  std::vector<GenericValue*> params;
-  for (Value& arg : args) params.push_back(&arg);
-  Value result;
-  call_context_method(context_of(object.getIValue()), String(method), params, &result);
-  return result;
-}
-
-Value prop(const Value& object, const char16_t* name) {
-  Value value;
-  get_context_property(context_of(object.getIValue()), String(name), value);
-  return value;
-}
-
-void set_prop(const Value& object, const char16_t* name, const Value& value) {
-  set_context_property(context_of(object.getIValue()), String(name), value);
-}
+using testing::call;
+using testing::prop;
+using testing::set_prop;
 
 Value number(const char* text) {
   Numeric parsed;
